@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages needed to build, run and test the project (as root).
+# Packages already installed are skipped; apt-get runs only when something is missing.
+set -euo pipefail
+packages=(
+    # build
+    cmake ninja-build g++ pkg-config ccache
+    qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
+    libx11-dev libxtst-dev libxi-dev libavahi-client-dev
+    # run
+    libqt6svg6 fonts-dejavu-core
+    # test: X server, mDNS daemon, namespaces, accessibility, screenshots, benchmarks
+    xvfb xauth x11-utils avahi-daemon avahi-utils dbus iproute2 util-linux procps
+    at-spi2-core python3 python3-pyatspi imagemagick curl valgrind
+)
+missing=()
+for p in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+    if [ "$(id -u)" -ne 0 ]; then
+        echo "install-deps: these packages are missing and installing them needs root: ${missing[*]}" >&2
+        exit 1
+    fi
+    export DEBIAN_FRONTEND=noninteractive
+    apt-get update -q
+    apt-get install -y -q --no-install-recommends "${missing[@]}"
+fi
