@@ -1,7 +1,10 @@
 #include "AlertRecorder.h"
 #include "HelperProcess.h"
 #include "StdoutCapture.h"
+#include "LogCapture.h"
 #include "platform/Alerts.h"
+#include "platform/CallbackBoundary.h"
+#include "platform/Fonts.h"
 #include "platform/MainQueue.h"
 #include "platform/ModalState.h"
 #include "platform/StdoutLine.h"
@@ -9,6 +12,8 @@
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <stdexcept>
 
 using namespace std::chrono_literals;
 
@@ -77,6 +82,29 @@ private slots:
         delete context;
         QTest::qWait(50);
         QVERIFY(!ran);
+    }
+
+    void callbackBoundaryLogsAnEscapedRangeErrorAndGoesOn()
+    {
+        LogCapture log;
+        const bool ok = CallbackBoundary::invoke("resolving Brevik|Hall", [] {
+            throw std::out_of_range("index 2 beyond bounds [0 .. 1]");
+        });
+        QVERIFY(!ok);
+        const QStringList lines = log.messages("orventa.platform");
+        QCOMPARE(lines.size(), 1);
+        QVERIFY2(lines.first().startsWith("Uncaught exception ("), qPrintable(lines.first()));
+        QVERIFY(lines.first().endsWith("in resolving Brevik|Hall: index 2 beyond bounds [0 .. 1]"));
+        QVERIFY(CallbackBoundary::invoke("nothing", [] {}));
+    }
+
+    void fontNamesMapToFamilies()
+    {
+        QCOMPARE(Fonts::familyFor("Poppins-Regular"), QStringLiteral("Poppins"));
+        QCOMPARE(Fonts::familyFor("Poppins-Medium"), QStringLiteral("Poppins Medium"));
+        QCOMPARE(Fonts::familyFor("Poppins-SemiBold"), QStringLiteral("Poppins SemiBold"));
+        QCOMPARE(Fonts::familyFor("Poppins-ExtraLight"), QStringLiteral("Poppins ExtraLight"));
+        QCOMPARE(Fonts::named("Poppins-Regular", 16).pixelSize(), 16);
     }
 
     void fatalErrorPrintsItsReasonAndAborts()
