@@ -6,12 +6,12 @@ packages=(
     # build
     cmake ninja-build g++ pkg-config ccache
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
-    libx11-dev libxtst-dev libxi-dev libavahi-client-dev
+    libx11-dev libxtst-dev libxi-dev libavahi-client-dev libssl-dev
     # run
     libqt6svg6 fonts-dejavu-core
     # test: X server, mDNS daemon, namespaces, accessibility, screenshots, benchmarks
     xvfb xauth x11-utils avahi-daemon avahi-utils dbus iproute2 util-linux procps
-    at-spi2-core python3 python3-pyatspi imagemagick curl valgrind
+    at-spi2-core python3 python3-pyatspi imagemagick curl valgrind time
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -1,0 +1,38 @@
+// Uploads one file with UploadDataToHost, streamed from disk, and exits when the answer is in.
+//   upload-driver ADDRESS FILE
+#include "receiver/ReceiverSession.h"
+#include "receiver/UploadDataToHost.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+
+#include <cstdio>
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: upload-driver ADDRESS FILE\n");
+        return 2;
+    }
+    const auto data = UploadData::fromFile(QString::fromLocal8Bit(argv[2]));
+    if (!data) {
+        std::fprintf(stderr, "upload-driver: cannot read %s\n", argv[2]);
+        return 1;
+    }
+    int status = 0;
+    QObject::connect(ReceiverSession::shared(), &QNetworkAccessManager::finished, &app,
+        [&](QNetworkReply* reply) {
+            status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+            QCoreApplication::quit();
+        });
+    auto* upload = new UploadDataToHost;
+    upload->initWithFileType(QStringLiteral("video/mp4"), data,
+        QFileInfo(QString::fromLocal8Bit(argv[2])).fileName(), QString::fromLocal8Bit(argv[1]));
+    upload->upload();
+    delete upload;
+    app.exec();
+    return status == 200 ? 0 : 1;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QPair>
+#include <QString>
+
+#include <optional>
+
+class QNetworkReply;
+
+// Readable descriptions of the values the request classes print on standard output. Kept in
+// one place so every line has the same form:
+//   optional text     Optional("text") or nil
+//   byte buffer       N bytes
+//   optional value    Optional(<description>) or nil
+//   response          <HTTPURLResponse: URL: ..., status code: N, headers: {"Name": "value", ...}>
+namespace Describe {
+
+QString optionalText(const std::optional<QString>& text);
+QString optional(const std::optional<QString>& description);
+QString bytes(qint64 count);
+QString response(const QNetworkReply* reply);
+QString optionalResponse(const QNetworkReply* reply);
+// A header record in its own order: ["Name": "value", ...]
+QString headers(const QList<QPair<QByteArray, QByteArray>>& headers);
+
+} // namespace Describe

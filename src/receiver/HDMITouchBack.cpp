@@ -1,0 +1,60 @@
+#include "receiver/HDMITouchBack.h"
+
+#include "platform/FatalError.h"
+#include "platform/StdoutLine.h"
+#include "receiver/Describe.h"
+#include "receiver/LocalAddress.h"
+#include "receiver/ReceiverSession.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+
+namespace {
+const QByteArray kJsonType = QByteArrayLiteral("application/json; charset=utf-8");
+QString flagWord(bool value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+} // namespace
+
+HDMITouchBack::HDMITouchBack(QObject* parent)
+    : QObject(parent)
+{ }
+
+QString HDMITouchBack::localWiFiAddress() const
+{
+    return LocalAddress::localWiFiAddress();
+}
+
+void HDMITouchBack::enableHDMITouchback(
+    bool enable, bool fromHDMI, const std::optional<QString>& selectedDeviceIP)
+{
+    m_obtainedDeviceIP = selectedDeviceIP;
+    const QString localAddress = localWiFiAddress();
+    if (localAddress.isEmpty())
+        return;
+    // The receiver's menu is hidden exactly when touchback is switched off.
+    m_enableHDMITouchback = flagWord(enable);
+    m_hideMenu = flagWord(!enable);
+    m_isHDMI = flagWord(fromHDMI);
+    if (!selectedDeviceIP)
+        fatalError(QStringLiteral("touchback request without a receiver address"));
+
+    const auto url = ReceiverSession::parseUrl(QStringLiteral("http://") + *selectedDeviceIP
+        + QStringLiteral(":5000/enableWifiTouchback?ip=") + localAddress
+        + QStringLiteral("&enable=") + m_enableHDMITouchback.value_or(QString())
+        + QStringLiteral("&hidemenu=") + m_hideMenu.value_or(QString()) + QStringLiteral("&isHDMI=")
+        + m_isHDMI.value_or(QString()));
+    if (!url)
+        return;
+
+    QNetworkRequest request(*url);
+    request.setRawHeader("Content-Type", kJsonType);
+    request.setRawHeader("Accept", kJsonType);
+    QNetworkReply* reply = ReceiverSession::shared()->get(request);
+    QObject::connect(reply, &QNetworkReply::finished, reply, [reply] {
+        reply->deleteLater();
+        if (!ReceiverSession::isTransportFailure(reply))
+            StdoutLine::print(Describe::optionalResponse(reply));
+    });
+}

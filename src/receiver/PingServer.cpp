@@ -1,0 +1,86 @@
+#include "receiver/PingServer.h"
+
+#include "platform/FatalError.h"
+#include "platform/StdoutLine.h"
+#include "receiver/Describe.h"
+#include "receiver/LocalAddress.h"
+#include "receiver/ReceiverSession.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QStringDecoder>
+
+namespace {
+
+const QByteArray kJsonType = QByteArrayLiteral("application/json; charset=utf-8");
+
+// Reads a finished heartbeat reply; returns false when the handler is not to be called.
+bool readAnswer(QNetworkReply* reply, bool& success, QString& message)
+{
+    if (ReceiverSession::isTransportFailure(reply))
+        return false;
+    StdoutLine::print(Describe::optionalResponse(reply));
+    const int status = *ReceiverSession::httpStatus(reply);
+    StdoutLine::print(QStringLiteral("statusCode: %1").arg(status));
+    if (status != 200) {
+        StdoutLine::print("Ping failed2..");
+        success = false;
+        return true;
+    }
+    success = true;
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString text = decoder.decode(reply->readAll());
+    if (decoder.hasError()) {
+        StdoutLine::print(
+            QStringLiteral("Ping succeeded..") + Describe::optionalText(std::nullopt));
+        fatalError(QStringLiteral("the heartbeat answer is not UTF-8 text"));
+    }
+    StdoutLine::print(QStringLiteral("Ping succeeded..") + Describe::optionalText(text));
+    if (text.contains(QLatin1String("CAST_OFF")))
+        message = QStringLiteral("CAST_OFF");
+    else if (text.contains(QLatin1String("Device is busy")))
+        message = QStringLiteral("DEVICE_BUSY");
+    return true;
+}
+
+} // namespace
+
+PingServer::PingServer(QObject* parent)
+    : QObject(parent)
+{ }
+
+QString PingServer::localWiFiAddress()
+{
+    return LocalAddress::localWiFiAddress();
+}
+
+void PingServer::pingServerHeartbeat(
+    const std::optional<QString>& selectedDeviceIP, Handler handler)
+{
+    const QString localAddress = localWiFiAddress();
+    if (localAddress.isEmpty()) {
+        handler(false, QString());
+        return;
+    }
+    if (!selectedDeviceIP)
+        fatalError(QStringLiteral("heartbeat without a receiver address"));
+
+    const auto url = ReceiverSession::parseUrl(QStringLiteral("http://") + *selectedDeviceIP
+        + QStringLiteral(":5000/pingServerWithIP?ip=") + localAddress
+        + QStringLiteral("&msg=ping"));
+    if (!url)
+        return;
+
+    QNetworkRequest request(*url);
+    request.setRawHeader("Content-Type", kJsonType);
+    request.setRawHeader("Accept", kJsonType);
+    QNetworkReply* reply = ReceiverSession::shared()->get(request);
+    // The reply holds the handler; this object may be gone by the time it finishes.
+    QObject::connect(reply, &QNetworkReply::finished, reply, [reply, handler = std::move(handler)] {
+        reply->deleteLater();
+        bool success = false;
+        QString message;
+        if (readAnswer(reply, success, message))
+            handler(success, message);
+    });
+}

@@ -1,0 +1,60 @@
+#include "receiver/ReceiverSession.h"
+
+#include "platform/Logging.h"
+
+#include <QCoreApplication>
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QPointer>
+
+namespace ReceiverSession {
+
+namespace {
+QPointer<QNetworkAccessManager> s_manager;
+}
+
+QNetworkAccessManager* shared()
+{
+    if (!s_manager) {
+        // Parented to the application so it goes away before the application object does.
+        s_manager = new QNetworkAccessManager(QCoreApplication::instance());
+        s_manager->setProxy(QNetworkProxy::NoProxy);
+        s_manager->setTransferTimeout(kTransferTimeoutMs);
+    }
+    return s_manager;
+}
+
+void setTransferTimeoutForTesting(int ms)
+{
+    shared()->setTransferTimeout(ms > 0 ? ms : kTransferTimeoutMs);
+}
+
+std::optional<QUrl> parseUrl(const QString& text)
+{
+    const QUrl url(text, QUrl::StrictMode);
+    if (!url.isValid() || url.toString(QUrl::FullyEncoded) != text) {
+        qCDebug(lcReceiver, "URL text does not parse: %s", qUtf8Printable(text));
+        return std::nullopt;
+    }
+    return url;
+}
+
+bool isTransportFailure(const QNetworkReply* reply)
+{
+    return !httpStatus(reply).has_value();
+}
+
+std::optional<int> httpStatus(const QNetworkReply* reply)
+{
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (!status.isValid())
+        return std::nullopt;
+    // An answer that started but broke off (timeout or reset mid-body) is a transport failure.
+    const auto error = reply->error();
+    if (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied)
+        return std::nullopt;
+    return status.toInt();
+}
+
+} // namespace ReceiverSession

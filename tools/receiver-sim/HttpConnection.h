@@ -1,0 +1,48 @@
+#pragma once
+
+#include "HttpRequest.h"
+#include "Sha256.h"
+
+#include <QByteArray>
+#include <QObject>
+
+#include <memory>
+
+class QTcpSocket;
+class MultipartReceiver;
+
+// One client connection: a minimal HTTP/1.1 request parser (Content-Length bodies, keep-alive).
+// Upload bodies are streamed through a MultipartReceiver; other bodies are kept in memory.
+class HttpConnection : public QObject
+{
+    Q_OBJECT
+public:
+    HttpConnection(QTcpSocket* socket, QString uploadDir, QObject* parent = nullptr);
+    ~HttpConnection() override;
+
+    // Answers the request last reported by requestReceived.
+    void respond(int status, const QByteArray& body);
+
+signals:
+    void requestReceived(const HttpRequest& request);
+    // A request the parser could not read; the connection is answered 400 and closed.
+    void malformed(const QString& reason, const QHostAddress& peer);
+
+private:
+    void onReadyRead();
+    bool parseHead();
+    void readBody();
+    void completeRequest();
+    void reject(const QString& reason);
+
+    QTcpSocket* m_socket;
+    QString m_uploadDir;
+    QByteArray m_buffer;
+    bool m_inBody = false;
+    bool m_awaitingAnswer = false;
+    qint64 m_remaining = 0;
+    HttpRequest m_request;
+    Sha256 m_bodyHash;
+    QByteArray m_chunk;
+    std::unique_ptr<MultipartReceiver> m_multipart;
+};
