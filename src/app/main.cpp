@@ -1,8 +1,12 @@
-#include "platform/Logging.h"
+#include "app/AppDelegate.h"
+#include "app/MainStoryboard.h"
+#include "app/MainWindow.h"
+#include "app/SplashScreenViewController.h"
+#include "platform/AvahiNetServiceBrowser.h"
+#include "platform/Fonts.h"
+#include "platform/XTestEventPoster.h"
 
 #include <QApplication>
-#include <QLabel>
-#include <QMainWindow>
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,7 +17,8 @@ bool hasDisplay()
     const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
     if (!platform.isEmpty() && !platform.startsWith("xcb") && !platform.startsWith("wayland"))
         return true;
-    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    return !qEnvironmentVariableIsEmpty("DISPLAY")
+        || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 } // namespace
 
@@ -23,17 +28,24 @@ int main(int argc, char** argv)
         std::fputs("orventa-companion: no display found (DISPLAY is not set); to run it without "
                    "one, start it under Xvfb: xvfb-run -s '-screen 0 1440x900x24' "
                    "orventa-companion\n",
-                   stderr);
+            stderr);
         return EXIT_FAILURE;
     }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("orventa-companion"));
     QApplication::setApplicationDisplayName(QStringLiteral("ORVENTA Companion"));
+    Fonts::loadApplicationFonts();
+    MainStoryboard::registerControllers();
+    installAvahiServiceBrowser();
+    installXTestEventPoster();
 
-    QMainWindow window;
+    AppDelegate delegate;
+    delegate.attach(app);
+
+    MainWindow window;
     window.setWindowTitle(QStringLiteral("ORVENTA Companion"));
-    window.setCentralWidget(new QLabel(QStringLiteral("ORVENTA Companion"), &window));
-    window.resize(900, 600);
+    window.setContentViewController(new SplashScreenViewController(&window));
     window.show();
+    delegate.applicationDidFinishLaunching();
     return app.exec();
 }

@@ -7,12 +7,12 @@ namespace MainQueue {
 
 void after(std::chrono::milliseconds delay, std::function<void()> task)
 {
-    QTimer::singleShot(delay, QCoreApplication::instance(), std::move(task));
+    QTimer::singleShot(delay, Qt::PreciseTimer, QCoreApplication::instance(), std::move(task));
 }
 
 void after(std::chrono::milliseconds delay, QObject* context, std::function<void()> task)
 {
-    QTimer::singleShot(delay, context, std::move(task));
+    QTimer::singleShot(delay, Qt::PreciseTimer, context, std::move(task));
 }
 
 void async(std::function<void()> task)

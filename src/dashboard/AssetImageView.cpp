@@ -1,0 +1,40 @@
+#include "AssetImageView.h"
+
+#include "platform/ImageAssets.h"
+
+#include <QPainter>
+#include <QSvgRenderer>
+
+AssetImageView::AssetImageView(QWidget* parent)
+    : QWidget(parent)
+{ }
+
+void AssetImageView::setAssetName(const QString& name)
+{
+    m_assetName = name;
+    updateGeometry();
+    update();
+}
+
+QSize AssetImageView::sizeHint() const
+{
+    if (m_assetName.isEmpty())
+        return {0, 0};
+    const QSvgRenderer renderer(ImageAssets::path(m_assetName));
+    return renderer.isValid() ? renderer.defaultSize() : QSize(0, 0);
+}
+
+void AssetImageView::paintEvent(QPaintEvent*)
+{
+    if (m_assetName.isEmpty())
+        return;
+    QSizeF natural = sizeHint();
+    if (natural.isEmpty())
+        natural = size();
+    const QSizeF fitted = natural.scaled(size(), Qt::KeepAspectRatio);
+    const QRectF target(
+        QPointF((width() - fitted.width()) / 2, (height() - fitted.height()) / 2), fitted);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    ImageAssets::paint(painter, target, m_assetName);
+}
