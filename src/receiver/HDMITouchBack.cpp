@@ -10,7 +10,6 @@
 #include <QNetworkReply>
 
 namespace {
-const QByteArray kJsonType = QByteArrayLiteral("application/json; charset=utf-8");
 QString flagWord(bool value)
 {
     return value ? QStringLiteral("true") : QStringLiteral("false");
@@ -48,9 +47,7 @@ void HDMITouchBack::enableHDMITouchback(
     if (!url)
         return;
 
-    QNetworkRequest request(*url);
-    request.setRawHeader("Content-Type", kJsonType);
-    request.setRawHeader("Accept", kJsonType);
+    QNetworkRequest request = ReceiverSession::jsonRequest(*url);
     QNetworkReply* reply = ReceiverSession::shared()->get(request);
     QObject::connect(reply, &QNetworkReply::finished, reply, [reply] {
         reply->deleteLater();

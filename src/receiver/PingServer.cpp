@@ -12,8 +12,6 @@
 
 namespace {
 
-const QByteArray kJsonType = QByteArrayLiteral("application/json; charset=utf-8");
-
 // Reads a finished heartbeat reply; returns false when the handler is not to be called.
 bool readAnswer(QNetworkReply* reply, bool& success, QString& message)
 {
@@ -71,9 +69,7 @@ void PingServer::pingServerHeartbeat(
     if (!url)
         return;
 
-    QNetworkRequest request(*url);
-    request.setRawHeader("Content-Type", kJsonType);
-    request.setRawHeader("Accept", kJsonType);
+    QNetworkRequest request = ReceiverSession::jsonRequest(*url);
     QNetworkReply* reply = ReceiverSession::shared()->get(request);
     // The reply holds the handler; this object may be gone by the time it finishes.
     QObject::connect(reply, &QNetworkReply::finished, reply, [reply, handler = std::move(handler)] {

@@ -57,4 +57,13 @@ std::optional<int> httpStatus(const QNetworkReply* reply)
     return status.toInt();
 }
 
+QNetworkRequest jsonRequest(const QUrl& url)
+{
+    static const QByteArray jsonType = QByteArrayLiteral("application/json; charset=utf-8");
+    QNetworkRequest request(url);
+    request.setRawHeader("Content-Type", jsonType);
+    request.setRawHeader("Accept", jsonType);
+    return request;
+}
+
 } // namespace ReceiverSession

@@ -6,6 +6,7 @@
 #include <optional>
 
 class QNetworkAccessManager;
+class QNetworkRequest;
 class QNetworkReply;
 
 namespace ReceiverSession {
@@ -22,6 +23,10 @@ void setTransferTimeoutForTesting(int ms);
 // Parses a URL text built by plain concatenation. Nothing is percent-encoded on the way: a text
 // that is not a valid URL as it stands (a space in the host, say) gives no URL.
 std::optional<QUrl> parseUrl(const QString& text);
+
+// A request to the receiver's control port announcing JSON: "Content-Type" and "Accept" are
+// both set to "application/json; charset=utf-8".
+QNetworkRequest jsonRequest(const QUrl& url);
 
 // True when the reply ended without an HTTP answer (refused, unreachable, timed out, reset):
 // the cases in which the requests report nothing.

@@ -11,10 +11,6 @@
 #include <QNetworkReply>
 #include <QPointer>
 
-namespace {
-const QByteArray kJsonType = QByteArrayLiteral("application/json; charset=utf-8");
-}
-
 TriggerCastingApp::TriggerCastingApp(QObject* parent)
     : QObject(parent)
 { }
@@ -32,9 +28,7 @@ void TriggerCastingApp::triggerCastService(const std::optional<QString>& selecte
     const QByteArray body
         = QJsonDocument(QJsonObject {{QStringLiteral("key"), QStringLiteral("ACTION_CAST")}})
               .toJson(QJsonDocument::Compact);
-    QNetworkRequest request(*url);
-    request.setRawHeader("Content-Type", kJsonType);
-    request.setRawHeader("Accept", kJsonType);
+    QNetworkRequest request = ReceiverSession::jsonRequest(*url);
     StdoutLine::print(Describe::optional(Describe::bytes(body.size())));
 
     QNetworkReply* reply = ReceiverSession::shared()->post(request, body);
