@@ -25,10 +25,10 @@ bool hasDisplay()
 int main(int argc, char** argv)
 {
     if (!hasDisplay()) {
-        std::fputs("orventa-companion: no display found (DISPLAY is not set); to run it without "
-                   "one, start it under Xvfb: xvfb-run -s '-screen 0 1440x900x24' "
-                   "orventa-companion\n",
-            stderr);
+        std::fprintf(stderr,
+            "orventa-companion: no display found (DISPLAY is not set); to run it without one, "
+            "start it under Xvfb: xvfb-run -s '-screen 0 1440x900x24' %s\n",
+            argv[0]);
         return EXIT_FAILURE;
     }
     QApplication app(argc, argv);
