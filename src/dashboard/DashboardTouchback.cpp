@@ -1,4 +1,5 @@
-// The touchback session: the switch, the cast button, the touch socket.
+// The touchback session: the switch, the cast button, and the touch socket on port 41863 whose
+// datagrams become mouse events.
 #include "DashboardViewController.h"
 
 #include "ui_DashboardViewController.h"
@@ -6,16 +7,44 @@
 #include "controls/DragDropView.h"
 #include "controls/LayerView.h"
 #include "controls/OrbSwitch.h"
+#include "input/MouseSimulate.h"
 #include "platform/Alerts.h"
 #include "platform/Logging.h"
+#include "platform/ModalState.h"
 #include "receiver/HDMITouchBack.h"
 
 #include <QHostAddress>
+#include <QNetworkDatagram>
+#include <QPointer>
 #include <QUdpSocket>
+
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+namespace {
+constexpr qsizetype kMaxWaitingTouches = 4096;
+constexpr qint64 kMaxDatagramSize = 65536;
+
+// Qt turns SO_BROADCAST on for every UDP socket it creates; this makes sure of it. The native
+// socket exists only once bound, so this follows the bind.
+bool enableBroadcast(QUdpSocket* socket, QString* error)
+{
+    int on = 1;
+    if (::setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_BROADCAST, &on, sizeof on)
+        == 0)
+        return true;
+    *error = QString::fromLocal8Bit(strerror(errno));
+    return false;
+}
+} // namespace
 
 void DashboardViewController::wirelessTouchSwitchToggled(OrbSwitch* sender)
 {
-    qCInfo(lcDashboard) << "wirelessTouchSwitchToggled";
     if (sender->checked()) {
         initiateHDMITouchbackEnabled(true, true);
         startServerPing();
@@ -25,6 +54,7 @@ void DashboardViewController::wirelessTouchSwitchToggled(OrbSwitch* sender)
         ui->hdmiMessageView->show();
         return;
     }
+    // The socket stays open: touches keep arriving until something closes or replaces it.
     initiateHDMITouchbackEnabled(false, true);
     stopServerPing();
     m_isFileUploadEnabled = acceptsUploads(m_selectedDeviceName);
@@ -36,7 +66,6 @@ void DashboardViewController::wirelessTouchSwitchToggled(OrbSwitch* sender)
 
 void DashboardViewController::beginScreenCast()
 {
-    qCInfo(lcDashboard) << "beginScreenCast";
     if (!m_isCastingInProgress && m_selectedDeviceIPAddress) {
         Alerts::run(QStringLiteral("Touchback is enabled now."),
             QStringLiteral("To mirror the screen, please go to the AirPlay option on the "
@@ -50,6 +79,7 @@ void DashboardViewController::beginScreenCast()
         ui->castButtonView->setLayerContents(QStringLiteral("castingActive"));
         return;
     }
+    // A cast is running, or nothing is paired (the button is hidden then): the stop path.
     ui->hdmiToggleView->show();
     initiateHDMITouchbackEnabled(false, false);
     stopScreenCast();
@@ -58,7 +88,6 @@ void DashboardViewController::beginScreenCast()
 
 void DashboardViewController::stopScreenCast()
 {
-    qCInfo(lcDashboard) << "stopScreenCast";
     stopServerPing();
     if (m_sendUdpSocket)
         m_sendUdpSocket->close();
@@ -79,18 +108,48 @@ void DashboardViewController::initiateHDMITouchbackEnabled(bool enable, bool isH
     qCInfo(lcDashboard) << "initiateHDMITouchbackEnabled" << enable << isHDMI;
     if (enable)
         initiateTouchBack();
+    // Sent whatever the socket did, and also with no receiver recorded.
     m_hdmiTouchback->enableHDMITouchback(enable, isHDMI, m_selectedDeviceIPAddress);
 }
 
-// TODO(touchback): the touch socket on port 41863 is not opened yet.
 void DashboardViewController::initiateTouchBack()
 {
-    qCInfo(lcDashboard) << "initiateTouchBack";
+    if (!ui->wirelessTouchSwitch->checked() && !m_isCastingInProgress)
+        return;
+    // A new socket every time. The previous one must give the port up before the new one binds;
+    // a deleteLater() alone would keep it bound until the next event loop pass.
+    if (QUdpSocket* previous = std::exchange(m_sendUdpSocket, nullptr)) {
+        previous->disconnect(this);
+        previous->close();
+        previous->deleteLater();
+    }
+    m_waitingTouches.clear();
+    auto* socket = new QUdpSocket(this);
+    m_sendUdpSocket = socket;
+    if (socket->peerPort() != kTouchPort
+        && !socket->bind(QHostAddress::AnyIPv4, kTouchPort, QAbstractSocket::DontShareAddress)) {
+        qCWarning(lcDashboard).noquote() << "Error binding to port:" << socket->errorString();
+        return;
+    }
+    QString error;
+    if (!enableBroadcast(socket, &error)) {
+        qCWarning(lcDashboard).noquote() << "Error enabling broadcasting:" << error;
+        socket->close();
+        return;
+    }
+    if (socket->state() != QAbstractSocket::BoundState) {
+        qCWarning(lcDashboard).noquote() << "Error receiving:" << socket->errorString();
+        return;
+    }
+    connect(socket, &QUdpSocket::readyRead, this, [this, socket] { receiveTouchDatagram(socket); });
+    connect(ModalState::instance(), &ModalState::ended, socket,
+        [this, socket] { receiveOnce(socket); });
+    qCInfo(lcDashboard) << "Socket Ready";
+    m_isTouchBackEnabled = true;
 }
 
 void DashboardViewController::closeTouchBack()
 {
-    qCInfo(lcDashboard) << "closeTouchBack";
     if (!m_sendUdpSocket)
         return;
     if (m_sendUdpSocket->state() != QAbstractSocket::UnconnectedState) {
@@ -100,12 +159,94 @@ void DashboardViewController::closeTouchBack()
     }
 }
 
-// TODO(touchback): decoding the touch record and handing it to the mouse synthesiser.
+// One datagram per readyRead: Qt signals again on the next pass of the event loop while more
+// are pending, so each touch is handled completely before the next one is taken. While a modal
+// session runs (the main thread would be blocked in it) touches are kept, in order, until it ends.
+void DashboardViewController::receiveTouchDatagram(QUdpSocket* socket)
+{
+    if (socket != m_sendUdpSocket)
+        return;
+    if (ModalState::isActive() || !m_waitingTouches.isEmpty()) {
+        const QNetworkDatagram datagram = socket->receiveDatagram();
+        if (!datagram.isValid())
+            return;
+        if (m_waitingTouches.size() < kMaxWaitingTouches)
+            m_waitingTouches.append(datagram);
+        else
+            qCWarning(lcDashboard) << "Dropped a touch datagram: too many wait for a modal session";
+        receiveOnce(socket);
+        return;
+    }
+    // The common case reads into one reused buffer, without the sender, which nothing looks at:
+    // no allocation per touch.
+    if (m_touchBuffer.size() != kMaxDatagramSize)
+        m_touchBuffer.resize(kMaxDatagramSize);
+    const qint64 size = socket->readDatagram(m_touchBuffer.data(), kMaxDatagramSize);
+    if (size < 0)
+        return;
+    udpSocketDidReceiveData(
+        socket, QByteArray::fromRawData(m_touchBuffer.constData(), size), QHostAddress(), 0);
+}
+
+// Re-arms the socket after a touch: a touch that had to wait is handled on a later pass.
+void DashboardViewController::receiveOnce(QUdpSocket* socket)
+{
+    if (m_waitingTouches.isEmpty() || m_touchPassQueued || ModalState::isActive())
+        return;
+    m_touchPassQueued = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this, guarded = QPointer<QUdpSocket>(socket)] {
+            m_touchPassQueued = false;
+            if (!guarded || guarded != m_sendUdpSocket
+                || guarded->state() != QAbstractSocket::BoundState) {
+                m_waitingTouches.clear();
+                return;
+            }
+            if (ModalState::isActive() || m_waitingTouches.isEmpty())
+                return;
+            const QNetworkDatagram datagram = m_waitingTouches.takeFirst();
+            udpSocketDidReceiveData(
+                guarded, datagram.data(), datagram.senderAddress(), quint16(datagram.senderPort()));
+        },
+        Qt::QueuedConnection);
+}
+
 void DashboardViewController::udpSocketDidReceiveData(
     QUdpSocket* socket, const QByteArray& data, const QHostAddress& fromAddress, quint16 fromPort)
 {
-    Q_UNUSED(socket)
     Q_UNUSED(fromAddress)
     Q_UNUSED(fromPort)
-    qCInfo(lcDashboard) << "udpSocketDidReceiveData" << data.size();
+    // Any sender is obeyed. The separators are ASCII, so the first record and its fields are
+    // found in the bytes and decoded one field at a time.
+    const std::string_view text(data.constData(), size_t(data.size()));
+    const std::string_view record = text.substr(0, text.find(';'));
+    std::array<std::string_view, 4> fields;
+    size_t count = 0;
+    for (size_t start = 0; count < fields.size(); ++count) {
+        const size_t comma = record.find(',', start);
+        fields[count]
+            = record.substr(start, comma == std::string_view::npos ? comma : comma - start);
+        if (comma == std::string_view::npos) {
+            ++count;
+            break;
+        }
+        start = comma + 1;
+    }
+    const bool utf8 = QByteArrayView(data).isValidUtf8();
+    if (!utf8 || count < fields.size()) {
+        qCWarning(lcDashboard).noquote()
+            << "Dropped a touch datagram"
+            << (utf8 ? "with fewer than four fields:" : "that is not UTF-8 text:")
+            << data.left(64).toHex(' ');
+        receiveOnce(socket);
+        return;
+    }
+    if (!m_mouseSimulator)
+        m_mouseSimulator = std::make_unique<MouseSimulate>();
+    const auto field = [&](size_t i) {
+        return QString::fromUtf8(fields[i].data(), qsizetype(fields[i].size()));
+    };
+    m_mouseSimulator->initiateMouseEvent(field(0), field(1), field(2), field(3));
+    receiveOnce(socket);
 }

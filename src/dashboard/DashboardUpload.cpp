@@ -1,4 +1,5 @@
-// The file upload flow: the open panel, the drop area and its feedback.
+// The file upload flow: the open panel, the drop area and its feedback, and the hand-over of
+// one file to the upload request half a second later.
 #include "DashboardViewController.h"
 
 #include "ui_DashboardViewController.h"
@@ -7,46 +8,133 @@
 #include "dashboard/AssetImageView.h"
 #include "platform/Alerts.h"
 #include "platform/Logging.h"
+#include "platform/MainQueue.h"
+#include "platform/ModalState.h"
+#include "receiver/UploadData.h"
+#include "receiver/UploadDataToHost.h"
 
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QStandardPaths>
 #include <QUrl>
 
+#include <memory>
+
 namespace {
+constexpr std::chrono::milliseconds kUploadDelay {500};
+constexpr std::chrono::milliseconds kBringToFrontDelay {500};
+
+DashboardViewController::OpenPanel s_openPanelForTesting;
+
 void refuseUpload()
 {
     Alerts::run(QStringLiteral("Cannot upload"),
         QStringLiteral("File upload feature is not available for your device."));
 }
+
+// The open panel's own list: the same 18 types as the three classes, in the same order.
+QStringList allowedFileTypes()
+{
+    return {QStringLiteral("png"), QStringLiteral("jpg"), QStringLiteral("jpeg"),
+        QStringLiteral("psd"), QStringLiteral("svg"), QStringLiteral("gof"), QStringLiteral("mp3"),
+        QStringLiteral("mov"), QStringLiteral("mp4"), QStringLiteral("doc"), QStringLiteral("docx"),
+        QStringLiteral("ppt"), QStringLiteral("pptx"), QStringLiteral("pdf"), QStringLiteral("key"),
+        QStringLiteral("pps"), QStringLiteral("xls"), QStringLiteral("xlsx")};
+}
+
+// One existing file of the allowed types, starting in the Downloads folder; empty on cancel.
+std::optional<QString> runFileDialog(
+    QWidget* parent, const QString& directory, const QStringList& types)
+{
+    QStringList patterns;
+    for (const QString& type : types)
+        patterns << QStringLiteral("*.") + type;
+    QFileDialog dialog(parent, QString(), directory);
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    dialog.setNameFilter(
+        QStringLiteral("Images, videos and documents (%1)").arg(patterns.join(QLatin1Char(' '))));
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return std::nullopt;
+    return dialog.selectedFiles().constFirst();
+}
 } // namespace
 
-// TODO(upload): the open panel is not shown yet.
+void DashboardViewController::setOpenPanelForTesting(OpenPanel panel)
+{
+    s_openPanelForTesting = std::move(panel);
+}
+
 void DashboardViewController::uploadFileAction()
 {
-    qCInfo(lcDashboard) << "uploadFileAction";
     if (!m_isFileUploadEnabled) {
         refuseUpload();
         return;
     }
+    const QStringList types = allowedFileTypes();
+    const QString downloads = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    std::optional<QString> chosen;
+    {
+        ModalState::Scope modal;
+        chosen = s_openPanelForTesting ? s_openPanelForTesting(downloads, types)
+                                       : runFileDialog(window(), downloads, types);
+    }
+    if (!chosen)
+        return;
+    const QUrl url = QUrl::fromLocalFile(*chosen);
+    qCInfo(lcDashboard).noquote() << url.toString(QUrl::FullyEncoded);
+    uploadFileWithURL(url);
 }
 
 void DashboardViewController::uploadFileURL(const QUrl& fileUrl)
 {
-    qCInfo(lcDashboard) << "uploadFileURL";
     if (!m_isFileUploadEnabled) {
         refuseUpload();
         return;
     }
+    // A dropped file is not checked against the allowed types.
     uploadFileWithURL(fileUrl);
 }
 
-// TODO(upload): classification and the upload request half a second later.
 void DashboardViewController::uploadFileWithURL(const QUrl& fileUrl)
 {
-    qCInfo(lcDashboard).noquote() << "uploadFileWithURL" << fileUrl.toString();
+    // Nothing cancels this, not even a disconnect in the meantime.
+    MainQueue::after(kUploadDelay, this, [this, fileUrl] { uploadFile(fileUrl); });
+}
+
+QString DashboardViewController::uploadFileType(const QString& extension) const
+{
+    // Case-sensitive; a name outside the three lists has no class and reads "(null)".
+    QString fileClass = QStringLiteral("(null)");
+    if (m_imageFileTypes.contains(extension))
+        fileClass = QStringLiteral("image");
+    else if (m_videoFileTypes.contains(extension))
+        fileClass = QStringLiteral("video");
+    else if (m_documentsFileTypes.contains(extension))
+        fileClass = QStringLiteral("document");
+    return fileClass + QLatin1Char('/') + extension;
+}
+
+void DashboardViewController::uploadFile(const QUrl& fileUrl)
+{
+    const QString path = fileUrl.toLocalFile();
+    const QString fileName = QFileInfo(path).fileName();
+    qCInfo(lcDashboard).noquote() << "File name" << fileName;
+    // The last "."-separated piece, case kept: no dot gives the whole name, a final dot "".
+    const QString extension = fileName.split(QLatin1Char('.')).constLast();
+    qCInfo(lcDashboard).noquote() << "File extension" << extension;
+    const QString fileType = uploadFileType(extension);
+    qCInfo(lcDashboard).noquote() << "File type" << fileType;
+    // Streamed from disk when the request goes out; empty when the file cannot be read, and
+    // handed on as such.
+    const std::optional<UploadData> data = UploadData::fromFile(path);
+    // The request owns what it needs once started; this object can go right away.
+    auto upload = std::make_unique<UploadDataToHost>();
+    upload->initWithFileType(fileType, data, fileName, m_selectedDeviceIPAddress);
+    upload->upload();
 }
 
 void DashboardViewController::draggingBegin()
 {
-    qCInfo(lcDashboard) << "draggingBegin";
     if (!m_isFileUploadEnabled)
         return;
     m_fileUploadView->setLayerContents(QStringLiteral("fileUploadGridActive"));
@@ -56,12 +144,16 @@ void DashboardViewController::draggingBegin()
 void DashboardViewController::draggingInprogress()
 { }
 
-// TODO(upload): bringing the application to the front 0.5 s after the drag ends.
 void DashboardViewController::draggingFinished()
 {
-    qCInfo(lcDashboard) << "draggingFinished";
     if (!m_isFileUploadEnabled)
         return;
     m_fileUploadView->setLayerContents(QStringLiteral("fileUploadGrid"));
     ui->uploadArrowImage->setAssetName(QStringLiteral("uploadArrow"));
+    // After a drop from another application's window, the dashboard comes forward.
+    MainQueue::after(kBringToFrontDelay, this, [this] {
+        QWidget* topLevel = window();
+        topLevel->raise();
+        topLevel->activateWindow();
+    });
 }

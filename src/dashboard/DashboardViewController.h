@@ -5,12 +5,15 @@
 #include "discovery/DevicesListViewController.h"
 #include "discovery/DevicesListViewControllerDelegate.h"
 
+#include <QNetworkDatagram>
 #include <QPointer>
 #include <QStringList>
 #include <QVariant>
 #include <QWidget>
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -69,11 +72,16 @@ public:
     void showDevicesList();
 
     // Heartbeat supervision (DashboardHeartbeat.cpp).
+    static constexpr std::chrono::milliseconds kPingInterval{4000};
+    static std::chrono::milliseconds pingInterval();
+    // Test-only: a shorter heartbeat period for timers started afterwards (0 restores 4 s).
+    static void setPingIntervalForTesting(std::chrono::milliseconds interval);
     void startServerPing();
     void stopServerPing();
     void inititateServerPing(QTimer* timer);
 
     // Touchback and cast (DashboardTouchback.cpp).
+    static constexpr quint16 kTouchPort = 41863;
     void wirelessTouchSwitchToggled(OrbSwitch* sender);
     void beginScreenCast();
     void stopScreenCast();
@@ -91,6 +99,11 @@ public:
     void draggingFinished() override;
     void uploadFileAction();
     void uploadFileWithURL(const QUrl& fileUrl);
+    // Test-only: replaces the open panel; given the starting folder and the allowed types, it
+    // returns the chosen path, or nothing when cancelled. An empty function restores the panel.
+    using OpenPanel = std::function<std::optional<QString>(const QString& directory,
+                                                           const QStringList& allowedTypes)>;
+    static void setOpenPanelForTesting(OpenPanel panel);
 
     // Session state.
     bool isCastingInProgress() const { return m_isCastingInProgress; }
@@ -156,6 +169,11 @@ private:
     void connectActions();
     void applyTypography();
     static bool acceptsUploads(const QString& deviceName);
+    void pingFinished(bool success, const QString& reply);
+    void receiveTouchDatagram(QUdpSocket* socket);
+    void receiveOnce(QUdpSocket* socket);
+    void uploadFile(const QUrl& fileUrl);
+    QString uploadFileType(const QString& extension) const;
 
     std::unique_ptr<Ui::DashboardViewController> ui;
 
@@ -163,6 +181,9 @@ private:
     bool m_isTouchBackEnabled = false;
     bool m_isFileUploadEnabled = false;
     QUdpSocket* m_sendUdpSocket = nullptr;
+    QByteArray m_touchBuffer;                 // reused for every touch datagram
+    QList<QNetworkDatagram> m_waitingTouches; // arrived during a modal session, in order
+    bool m_touchPassQueued = false;           // a waiting touch is to be handled next pass
     std::optional<QString> m_selectedDeviceIPAddress;
     QString m_selectedDeviceName;
     std::optional<QString> m_selectedDeviceHex;

@@ -235,7 +235,7 @@ private Q_SLOTS:
         verifyShown({false, false, true, true, false});
         const QStringList lines = log.messages("orventa.dashboard");
         QVERIFY(lines.contains(QStringLiteral("initiateHDMITouchbackEnabled true true")));
-        QVERIFY(lines.contains(QStringLiteral("startServerPing")));
+        QVERIFY(lines.contains(QStringLiteral("Starting server ping...")));
 
         // Off again: back to the paired screen, upload permission recomputed.
         d()->setIsFileUploadEnabled(false);

@@ -1,0 +1,18 @@
+# The session tests (heartbeat, touchback, uploads): real sockets and the receiver simulator,
+# each test in its own network namespace whose default route gives it a local address
+# (tests/support/with-netns-route; needs root, as CI runs).
+if(TARGET receiver-sim AND TARGET orventa_receiver_test_support AND TARGET orventa_input_test_support)
+    add_executable(session_helper session_helper.cpp)
+    target_link_libraries(session_helper PRIVATE orventa_shell orventa_warnings)
+
+    foreach(name tst_session_heartbeat tst_session_touchback tst_session_upload)
+        add_executable(${name} ${name}.cpp SessionFixture.h)
+        target_link_libraries(${name} PRIVATE Qt6::Test orventa_test_support orventa_shell
+            orventa_receiver_test_support orventa_input_test_support orventa_warnings)
+        target_compile_definitions(${name} PRIVATE SESSION_HELPER="$<TARGET_FILE:session_helper>")
+        add_dependencies(${name} receiver-sim session_helper)
+        add_test(NAME ${name} COMMAND ${ORVENTA_TEST_SUPPORT_DIR}/with-netns-route $<TARGET_FILE:${name}>)
+        set_tests_properties(${name} PROPERTIES TIMEOUT 120 LABELS "session;integration"
+            ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ORVENTA_SOURCE_DIR=${PROJECT_SOURCE_DIR};ORVENTA_BINARY_DIR=${PROJECT_BINARY_DIR}")
+    endforeach()
+endif()

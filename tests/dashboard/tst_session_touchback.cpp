@@ -1,0 +1,271 @@
+// The touchback session on real sockets: datagrams from the receiver simulator (and from other
+// local addresses) on port 41863 reach the mouse synthesiser, recorded by a recording poster.
+#include "SessionFixture.h"
+
+#include "RecordingEventPoster.h"
+
+#include "input/MouseSimulate.h"
+#include "platform/Alerts.h"
+#include "receiver/HDMITouchBack.h"
+
+#include <QPointer>
+#include <QUdpSocket>
+
+using namespace session_test;
+using namespace std::chrono_literals;
+
+namespace {
+const AlertRecorder::Alert kEnabled {QStringLiteral("Touchback is enabled now."),
+    QStringLiteral("To mirror the screen, please go to the AirPlay option on the top menu bar and "
+                   "select the required AirPlay display device.\n\nNOTE: Make sure the screen "
+                   "calibration is done and your mac and device are on the same network.")};
+const AlertRecorder::Alert kDisabled {QStringLiteral("Touchback is disabled now."),
+    QStringLiteral("If screen mirroring is ON and you don't need it anymore, please go to the "
+                   "AirPlay option on the top menu bar and select 'Stop AirPlay'.")};
+
+QPointF screenPoint(double x, double y)
+{
+    return {x / 32767.0 * 1440.0, 900.0 * (y / 32767.0)};
+}
+} // namespace
+
+class TestSessionTouchback : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<SimProcess> m_sim;
+    RecordingEventPoster m_poster;
+    std::unique_ptr<AlertRecorder> m_alerts;
+    std::unique_ptr<LogCapture> m_log;
+    std::unique_ptr<DashboardViewController> m_dashboard;
+
+    DashboardViewController& d() { return *m_dashboard; }
+    int enableRequests() const
+    {
+        return int(requestsTo(*m_sim, QStringLiteral("/enableWifiTouchback")).size());
+    }
+    // Whether an enable request with this query arrived after the first `since` ones (requests
+    // of earlier tests may still arrive in between).
+    bool enableSent(int since, const QString& query) const
+    {
+        const QList<QJsonObject> requests
+            = requestsTo(*m_sim, QStringLiteral("/enableWifiTouchback"));
+        const QString target = QStringLiteral("/enableWifiTouchback?") + query;
+        return std::any_of(requests.begin() + std::min<qsizetype>(since, requests.size()),
+            requests.end(), [&](const QJsonObject& request) {
+                return request.value(QStringLiteral("target")).toString() == target;
+            });
+    }
+    int dropped() const
+    {
+        int count = 0;
+        for (const QString& line : m_log->messages("orventa.dashboard"))
+            count += line.startsWith(QStringLiteral("Dropped a touch datagram"));
+        return count;
+    }
+    // Pairs, turns the switch on and waits until the simulator knows where to send touches.
+    void startSwitchTouchback()
+    {
+        d().didPickCastingDeviceWithIP(kReceiverIp, kReceiverHex, kReceiverName);
+        const int before = enableRequests();
+        toggleSwitch(d(), true);
+        QTRY_VERIFY(enableSent(
+            before, QStringLiteral("ip=%1&enable=true&hidemenu=false&isHDMI=true").arg(kLocalIp)));
+        QCOMPARE(d().sendUdpSocket()->state(), QAbstractSocket::BoundState);
+    }
+    static void sendFrom(const QString& source, const QByteArray& payload)
+    {
+        QUdpSocket sender;
+        QVERIFY(sender.bind(QHostAddress(source), 0));
+        QCOMPARE(sender.writeDatagram(
+                     payload, QHostAddress(kReceiverIp), DashboardViewController::kTouchPort),
+            payload.size());
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(insideTestNamespace(), "run through tests/support/with-netns-route");
+        setUpApplication();
+        MouseEventPoster::setDefault(&m_poster);
+        m_sim = std::make_unique<SimProcess>(kReceiverIp);
+        QVERIFY(m_sim->isReady());
+    }
+    void cleanupTestCase() { MouseEventPoster::setDefault(nullptr); }
+    void init()
+    {
+        m_poster.clear();
+        m_alerts = std::make_unique<AlertRecorder>();
+        m_log = std::make_unique<LogCapture>();
+        m_dashboard = makeDashboard();
+    }
+    void cleanup()
+    {
+        m_dashboard.reset();
+        m_log.reset();
+        m_alerts.reset();
+    }
+
+    void touchPortIs41863()
+    {
+        QCOMPARE(DashboardViewController::kTouchPort, quint16(41863));
+        startSwitchTouchback();
+        QCOMPARE(d().sendUdpSocket()->localPort(), quint16(41863));
+        QCOMPARE(d().sendUdpSocket()->localAddress(), QHostAddress(QHostAddress::AnyIPv4));
+        QCOMPARE(m_log->messages("orventa.dashboard").count(QStringLiteral("Socket Ready")), 1);
+        QVERIFY(d().isTouchBackEnabled());
+    }
+
+    void onlyTheFirstRecordIsUsed()
+    {
+        startSwitchTouchback();
+        QVERIFY(!d().mouseSimulator());
+        QVERIFY(m_sim->command("raw DOWN,100,200,5000;MOVE,110,210,5010").startsWith("sent"));
+        QTRY_COMPARE(m_poster.mouseEvents().size(), 1);
+        const MouseEvent down = m_poster.mouseEvents().constFirst();
+        QCOMPARE(down.kind, MouseEventKind::LeftDown);
+        QCOMPARE(down.point, screenPoint(100, 200));
+        MouseSimulate* simulator = d().mouseSimulator();
+        QVERIFY(simulator);
+
+        // Without a record separator: the same call, by the same synthesiser.
+        QVERIFY(m_sim->command("raw DOWN,100,200,5000").startsWith("sent"));
+        QTRY_COMPARE(m_poster.mouseEvents().size(), 2);
+        QCOMPARE(m_poster.mouseEvents().at(1).kind, MouseEventKind::LeftDown);
+        QCOMPARE(m_poster.mouseEvents().at(1).point, screenPoint(100, 200));
+        QCOMPARE(d().mouseSimulator(), simulator);
+        QTest::qWait(100); // the MOVE of the first datagram never follows
+        QCOMPARE(m_poster.mouseEvents().size(), 2);
+    }
+
+    void datagramFromAnotherHostIsObeyed()
+    {
+        startSwitchTouchback();
+        sendFrom(QStringLiteral("127.0.0.9"), "MOVE,16384,16384,1");
+        QTRY_COMPARE(m_poster.mouseEvents().size(), 1);
+        QCOMPARE(m_poster.mouseEvents().constFirst().kind, MouseEventKind::LeftDragged);
+        QCOMPARE(m_poster.mouseEvents().constFirst().point, screenPoint(16384, 16384));
+    }
+
+    void malformedDatagramsAreDroppedWithOneLine()
+    {
+        startSwitchTouchback();
+        sendFrom(QStringLiteral("127.0.0.9"), QByteArray("DOWN,\xff\xfe,1,2"));
+        sendFrom(QStringLiteral("127.0.0.9"), "DOWN,1,2;MOVE,3,4,5");
+        sendFrom(QStringLiteral("127.0.0.9"), "MOVE,3,4,5");
+        QTRY_COMPARE(m_poster.mouseEvents().size(), 1);
+        QCOMPARE(m_poster.mouseEvents().constFirst().kind, MouseEventKind::LeftDragged);
+        QCOMPARE(m_poster.mouseEvents().constFirst().point, screenPoint(3, 4));
+        QCOMPARE(dropped(), 2);
+    }
+
+    void datagramsWaitWhileAnAlertIsOpen()
+    {
+        startSwitchTouchback();
+        int postedWhileOpen = -1;
+        m_alerts->whileOpen = [&] {
+            sendFrom(QStringLiteral("127.0.0.9"), "DOWN,100,200,1");
+            QTest::qWait(300);
+            postedWhileOpen = int(m_poster.mouseEvents().size());
+        };
+        Alerts::run(QStringLiteral("Something"), QStringLiteral("else"));
+        QCOMPARE(postedWhileOpen, 0);
+        QTRY_COMPARE(m_poster.mouseEvents().size(), 1);
+    }
+
+    void switchOffKeepsTheSocketAndOnReplacesIt()
+    {
+        startSwitchTouchback();
+        QPointer<QUdpSocket> first = d().sendUdpSocket();
+        const int before = enableRequests();
+        toggleSwitch(d(), false);
+        QTRY_VERIFY(enableSent(
+            before, QStringLiteral("ip=%1&enable=false&hidemenu=true&isHDMI=true").arg(kLocalIp)));
+        QVERIFY(!d().pingTimer());
+        QCOMPARE(first->state(), QAbstractSocket::BoundState);
+        sendFrom(QStringLiteral("127.0.0.9"), "MOVE,10,20,1"); // still obeyed
+        QTRY_COMPARE(m_poster.mouseEvents().size(), 1);
+
+        toggleSwitch(d(), true);
+        QVERIFY(d().sendUdpSocket() != first.data());
+        QCOMPARE(d().sendUdpSocket()->state(), QAbstractSocket::BoundState);
+        QCOMPARE(d().sendUdpSocket()->localPort(), quint16(41863));
+        QCOMPARE(m_log->messages("orventa.dashboard").count(QStringLiteral("Socket Ready")), 2);
+        QTRY_VERIFY(first.isNull());
+        sendFrom(QStringLiteral("127.0.0.9"), "MOVE,30,40,1");
+        QTRY_COMPARE(m_poster.mouseEvents().size(), 2);
+    }
+
+    void castButtonStartsAndStopsACast()
+    {
+        d().didPickCastingDeviceWithIP(kReceiverIp, kReceiverHex, kReceiverName);
+        const int before = enableRequests();
+        d().castButtonClicked();
+        QCOMPARE(m_alerts->alerts(), QList<AlertRecorder::Alert> {kEnabled});
+        QVERIFY(d().isCastingInProgress());
+        QVERIFY(d().pingTimer());
+        QCOMPARE(d().sendUdpSocket()->state(), QAbstractSocket::BoundState);
+        QVERIFY(d().hdmiToggleView()->isHidden());
+        QCOMPARE(d().castButtonView()->layerContents(), QStringLiteral("castingActive"));
+        QTRY_VERIFY(enableSent(
+            before, QStringLiteral("ip=%1&enable=true&hidemenu=false&isHDMI=false").arg(kLocalIp)));
+
+        d().castButtonClicked();
+        QCOMPARE(m_alerts->alerts(), (QList<AlertRecorder::Alert> {kEnabled, kDisabled}));
+        QVERIFY(!d().isCastingInProgress());
+        QVERIFY(!d().pingTimer());
+        QCOMPARE(d().sendUdpSocket()->state(), QAbstractSocket::UnconnectedState);
+        QVERIFY(!d().hdmiToggleView()->isHidden());
+        QCOMPARE(d().castButtonView()->layerContents(), QStringLiteral("castingInactive"));
+        QTRY_VERIFY(enableSent(
+            before, QStringLiteral("ip=%1&enable=false&hidemenu=true&isHDMI=false").arg(kLocalIp)));
+    }
+
+    void castButtonWithoutReceiverShowsDisabled()
+    {
+        // Without a local address the disable request (with no receiver) is not sent at all.
+        QVERIFY(ipCommand(QStringLiteral("route del default")));
+        d().castButtonClicked();
+        QVERIFY(ipCommand(QStringLiteral("route add default via 10.99.0.1 dev d0")));
+        QCOMPARE(m_alerts->alerts(), QList<AlertRecorder::Alert> {kDisabled});
+        QVERIFY(!d().hdmiToggleView()->isHidden());
+        QVERIFY(!d().sendUdpSocket());
+        // The request was made with no address, and returned before building anything: the
+        // flags keep their first values.
+        QCOMPARE(d().hdmiTouchback()->obtainedDeviceIP(), std::optional<QString>());
+        QCOMPARE(
+            d().hdmiTouchback()->enableHDMITouchbackValue(), std::optional<QString>(u"true"_qs));
+    }
+
+    void closeTouchBackEndsTheCast()
+    {
+        d().didPickCastingDeviceWithIP(kReceiverIp, kReceiverHex, kReceiverName);
+        d().closeTouchBack(); // no socket yet: nothing
+        QVERIFY(m_alerts->alerts().isEmpty());
+        d().castButtonClicked();
+        d().closeTouchBack();
+        QCOMPARE(m_alerts->alerts(), (QList<AlertRecorder::Alert> {kEnabled, kDisabled}));
+        QVERIFY(!d().isCastingInProgress());
+        QVERIFY(!d().pingTimer());
+        d().closeTouchBack(); // already closed: nothing
+        QCOMPARE(m_alerts->alerts().size(), 2);
+    }
+
+    void bindFailureIsLogged()
+    {
+        QUdpSocket squatter;
+        QVERIFY(squatter.bind(QHostAddress::AnyIPv4, 41863));
+        d().didPickCastingDeviceWithIP(kReceiverIp, kReceiverHex, kReceiverName);
+        toggleSwitch(d(), true);
+        const QStringList lines = m_log->messages("orventa.dashboard");
+        QVERIFY(std::any_of(lines.begin(), lines.end(), [](const QString& line) {
+            return line.startsWith(QStringLiteral("Error binding to port: "));
+        }));
+        QVERIFY(!lines.contains(QStringLiteral("Socket Ready")));
+        QVERIFY(d().pingTimer()); // the heartbeat runs all the same
+        QVERIFY(m_alerts->alerts().isEmpty());
+    }
+};
+
+QTEST_MAIN(TestSessionTouchback)
+#include "tst_session_touchback.moc"
