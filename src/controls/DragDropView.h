@@ -15,8 +15,6 @@ class QUrl;
 // Dragged types are MIME-style names: "image/png" and "application/pdf" are the MIME formats
 // themselves; a drag offers the URL type when its uri list holds a URL that is not a local
 // file, and the file-URL type when it holds a local-file URL.
-//
-// NOTE FOR IMPLEMENTERS: contract the dashboard codes against; extend, keep these signatures.
 class DragDropView : public LayerView
 {
     Q_OBJECT

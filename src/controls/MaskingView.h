@@ -8,8 +8,6 @@
 // Controls are the widgets that take input: buttons, sliders, spin boxes, combo boxes, line and
 // text edits, item views, tab bars and the OrbSwitch. Labels, plain containers and other views
 // are left alone, and so is everything deeper than the direct children.
-//
-// NOTE FOR IMPLEMENTERS: contract the dashboard codes against; extend, keep these signatures.
 class MaskingView : public QWidget
 {
     Q_OBJECT

@@ -23,9 +23,6 @@ class QVariantAnimation;
 // soft shadow below it, and the knob's face, a tinted wash over the knob. Changes of value,
 // press state and enabled state animate over 0.4 s with an overshooting curve; while the knob
 // is dragged the same duration is used with a linear curve, so the knob never overshoots.
-//
-// NOTE FOR IMPLEMENTERS: the members below are the contract the dashboard codes against;
-// add what the control needs, but keep these signatures.
 class OrbSwitch : public QWidget
 {
     Q_OBJECT
