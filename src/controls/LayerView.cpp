@@ -7,8 +7,7 @@
 
 LayerView::LayerView(QWidget* parent)
     : QWidget(parent)
-{
-}
+{ }
 
 void LayerView::setLayerBackgroundColor(const QColor& color)
 {

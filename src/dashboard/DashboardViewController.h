@@ -72,7 +72,7 @@ public:
     void showDevicesList();
 
     // Heartbeat supervision (DashboardHeartbeat.cpp).
-    static constexpr std::chrono::milliseconds kPingInterval{4000};
+    static constexpr std::chrono::milliseconds kPingInterval {4000};
     static std::chrono::milliseconds pingInterval();
     // Test-only: a shorter heartbeat period for timers started afterwards (0 restores 4 s).
     static void setPingIntervalForTesting(std::chrono::milliseconds interval);
@@ -101,8 +101,8 @@ public:
     void uploadFileWithURL(const QUrl& fileUrl);
     // Test-only: replaces the open panel; given the starting folder and the allowed types, it
     // returns the chosen path, or nothing when cancelled. An empty function restores the panel.
-    using OpenPanel = std::function<std::optional<QString>(const QString& directory,
-                                                           const QStringList& allowedTypes)>;
+    using OpenPanel = std::function<std::optional<QString>(
+        const QString& directory, const QStringList& allowedTypes)>;
     static void setOpenPanelForTesting(OpenPanel panel);
 
     // Session state.
@@ -181,9 +181,9 @@ private:
     bool m_isTouchBackEnabled = false;
     bool m_isFileUploadEnabled = false;
     QUdpSocket* m_sendUdpSocket = nullptr;
-    QByteArray m_touchBuffer;                 // reused for every touch datagram
+    QByteArray m_touchBuffer; // reused for every touch datagram
     QList<QNetworkDatagram> m_waitingTouches; // arrived during a modal session, in order
-    bool m_touchPassQueued = false;           // a waiting touch is to be handled next pass
+    bool m_touchPassQueued = false; // a waiting touch is to be handled next pass
     std::optional<QString> m_selectedDeviceIPAddress;
     QString m_selectedDeviceName;
     std::optional<QString> m_selectedDeviceHex;

@@ -8,8 +8,8 @@ class DevicesListViewControllerDelegate
 {
 public:
     virtual ~DevicesListViewControllerDelegate() = default;
-    virtual void didPickCastingDeviceWithIP(const QString& ip, const QString& hex,
-                                            const QString& name)
+    virtual void didPickCastingDeviceWithIP(
+        const QString& ip, const QString& hex, const QString& name)
         = 0;
     virtual void deviceDisconnecetd() = 0;
 };

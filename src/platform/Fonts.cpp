@@ -13,8 +13,9 @@ void loadApplicationFonts()
     if (loaded)
         return;
     loaded = true;
-    QDirIterator it(QStringLiteral(":/fonts"), {QStringLiteral("*.woff2"), QStringLiteral("*.woff"),
-                                                QStringLiteral("*.ttf"), QStringLiteral("*.otf")});
+    QDirIterator it(QStringLiteral(":/fonts"),
+        {QStringLiteral("*.woff2"), QStringLiteral("*.woff"), QStringLiteral("*.ttf"),
+            QStringLiteral("*.otf")});
     while (it.hasNext()) {
         const QString file = it.next();
         if (QFontDatabase::addApplicationFont(file) < 0)

@@ -1,7 +1,7 @@
 #include "AlertRecorder.h"
 #include "HelperProcess.h"
-#include "StdoutCapture.h"
 #include "LogCapture.h"
+#include "StdoutCapture.h"
 #include "platform/Alerts.h"
 #include "platform/CallbackBoundary.h"
 #include "platform/Fonts.h"
@@ -33,7 +33,8 @@ private slots:
 
         QCOMPARE(recorder.alerts().size(), 1);
         QCOMPARE(recorder.alerts().first().message, QStringLiteral("Network error"));
-        QCOMPARE(recorder.alerts().first().informativeText, QStringLiteral("Touchback is disabled."));
+        QCOMPARE(
+            recorder.alerts().first().informativeText, QStringLiteral("Touchback is disabled."));
         QVERIFY(activeWhileOpen);
         QVERIFY(!ModalState::isActive());
         QCOMPARE(started.size(), 1);
@@ -59,7 +60,7 @@ private slots:
         StdoutCapture capture;
         StdoutLine::print("::: Mouse Down");
         StdoutLine::print(QStringLiteral("statusCode: 200"));
-        QCOMPARE(capture.lines(), (QByteArrayList{"::: Mouse Down", "statusCode: 200"}));
+        QCOMPARE(capture.lines(), (QByteArrayList {"::: Mouse Down", "statusCode: 200"}));
     }
 
     void delayedTaskRunsAfterItsDelayNotBefore()
@@ -87,9 +88,8 @@ private slots:
     void callbackBoundaryLogsAnEscapedRangeErrorAndGoesOn()
     {
         LogCapture log;
-        const bool ok = CallbackBoundary::invoke("resolving Brevik|Hall", [] {
-            throw std::out_of_range("index 2 beyond bounds [0 .. 1]");
-        });
+        const bool ok = CallbackBoundary::invoke("resolving Brevik|Hall",
+            [] { throw std::out_of_range("index 2 beyond bounds [0 .. 1]"); });
         QVERIFY(!ok);
         const QStringList lines = log.messages("orventa.platform");
         QCOMPARE(lines.size(), 1);

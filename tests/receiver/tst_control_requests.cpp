@@ -409,9 +409,9 @@ private slots:
         // "http://:5000/ws" is a URL without a host; the network layer refuses to send it.
         // The reply is deleted once handled, so its error is read while it finishes.
         QList<QNetworkReply::NetworkError> errors;
-        const QMetaObject::Connection recorder = connect(ReceiverSession::shared(),
-            &QNetworkAccessManager::finished, this,
-            [&errors](QNetworkReply* reply) { errors.append(reply->error()); });
+        const QMetaObject::Connection recorder
+            = connect(ReceiverSession::shared(), &QNetworkAccessManager::finished, this,
+                [&errors](QNetworkReply* reply) { errors.append(reply->error()); });
         TriggerCastingApp cast;
         cast.triggerCastService(QString());
         QCOMPARE(cast.obtainedDeviceIP(), std::optional(QString()));
