@@ -23,6 +23,14 @@ if [ ${#missing[@]} -gt 0 ]; then
         exit 1
     fi
     export DEBIAN_FRONTEND=noninteractive
+    # For the test suite, installed services (avahi-daemon above all) must not start on the
+    # machine's own network: the tests run their own daemons inside private namespaces.
+    policy=/usr/sbin/policy-rc.d
+    if [ "${ORVENTA_NO_SERVICE_START:-}" = 1 ] && [ ! -e "$policy" ]; then
+        printf '#!/bin/sh\nexit 101\n' >"$policy"
+        chmod +x "$policy"
+        trap 'rm -f "$policy"' EXIT
+    fi
     apt-get update -q
     apt-get install -y -q --no-install-recommends "${missing[@]}"
 fi

@@ -3,7 +3,7 @@
 # suite through CTest. The tests start their own X servers and mDNS daemons and stop them.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-"$root/scripts/install-deps.sh"
+ORVENTA_NO_SERVICE_START=1 "$root/scripts/install-deps.sh"
 cmake --preset ci -S "$root"
 cmake --build "$root/build/ci"
 cd "$root/build/ci"
