@@ -250,7 +250,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(finished.count(), 2, 10000);
         QTest::qWait(50); // let a wrongly queued alert show up
         QVERIFY(alerts.alerts().isEmpty());
-        QCOMPARE(sim.requests().size(), 1);
+        QTRY_COMPARE(sim.requests().size(), 1);
         QCOMPARE(out.lines().size(), 4); // "Uploading..." and the request line, twice
         QCOMPARE(out.lines().count("Uploading..."), 2);
     }
