@@ -366,12 +366,9 @@ void OrbSwitch::paintLayers(QPainter& painter, const LayerState& state) const
         QColor::fromRgbF(0, 0, 0, KnobShadowOpacity), knobPath);
     painter.fillPath(knobPath, knobColor());
 
-    painter.save();
-    painter.setOpacity(KnobFaceOpacity);
     paintSoftShadow(painter, knobPath, KnobFaceShadowRadius,
         QColor::fromRgbF(0, 0, 0, KnobFaceShadowOpacity), knobPath);
     painter.fillPath(knobPath, state.knobFace);
-    painter.restore();
 }
 
 void OrbSwitch::resizeEvent(QResizeEvent* event)

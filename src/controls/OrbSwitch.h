@@ -49,7 +49,6 @@ public:
     static constexpr qreal PressedKnobRatio = 1.38;
     static constexpr qreal KnobShadowOpacity = 0.3;
     static constexpr qreal KnobShadowRadius = 1.0;
-    static constexpr qreal KnobFaceOpacity = 0.35;
     static constexpr qreal KnobFaceShadowOpacity = 0.35;
     static constexpr qreal KnobFaceShadowRadius = 1.0;
     static constexpr qreal DisabledOpacity = 0.5;

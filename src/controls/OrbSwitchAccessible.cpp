@@ -53,17 +53,15 @@ QString OrbSwitchAccessible::text(QAccessible::Text t) const
 
 QStringList OrbSwitchAccessible::actionNames() const
 {
-    QStringList names {pressAction(), toggleAction()};
-    for (const QString& name : QAccessibleWidget::actionNames()) {
-        if (!names.contains(name))
-            names << name;
-    }
+    QStringList names = QAccessibleWidget::actionNames();
+    if (!names.contains(pressAction()))
+        names << pressAction();
     return names;
 }
 
 void OrbSwitchAccessible::doAction(const QString& actionName)
 {
-    if (actionName == pressAction() || actionName == toggleAction()) {
+    if (actionName == pressAction()) {
         orbSwitch()->setChecked(!orbSwitch()->checked());
         orbSwitch()->invokeTargetAction();
         return;
@@ -73,7 +71,7 @@ void OrbSwitchAccessible::doAction(const QString& actionName)
 
 QStringList OrbSwitchAccessible::keyBindingsForAction(const QString& actionName) const
 {
-    if (actionName == pressAction() || actionName == toggleAction())
+    if (actionName == pressAction())
         return {QStringLiteral("Space")};
     return QAccessibleWidget::keyBindingsForAction(actionName);
 }

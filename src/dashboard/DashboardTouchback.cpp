@@ -134,7 +134,6 @@ void DashboardViewController::initiateTouchBack()
     QString error;
     if (!enableBroadcast(socket, &error)) {
         qCWarning(lcDashboard).noquote() << "Error enabling broadcasting:" << error;
-        socket->close();
         return;
     }
     if (socket->state() != QAbstractSocket::BoundState) {

@@ -170,8 +170,7 @@ void DevicesListViewController::handleError(int errorCode, const NetService& ser
 {
     qCWarning(lcDiscovery).noquote()
         << QStringLiteral("An error occurred with service %1.%2.%3, error code = %4")
-               .arg(service.name, service.type, service.domain)
-               .arg(errorCode);
+               .arg(service.name, service.type, service.domain, QString::number(errorCode));
 }
 
 bool DevicesListViewController::addressesComplete(const QList<QString>&, const QString&) const
@@ -289,7 +288,14 @@ void DevicesListViewController::disconnectDevice()
 void DevicesListViewController::setDisconnectButtonHeight(int height)
 {
     m_disconnectButtonHeight = height;
-    m_ui->disconnectButton->setFixedHeight(height);
+    QPushButton* button = m_ui->disconnectButton;
+    button->setFixedHeight(height);
+    // A button of height 0 is hidden: the keyboard must not reach it either.
+    const bool shown = height > 0;
+    if (!shown && button->hasFocus())
+        button->clearFocus();
+    button->setFocusPolicy(shown ? Qt::StrongFocus : Qt::NoFocus);
+    button->setEnabled(shown);
 }
 
 void DevicesListViewController::setRowImage(int column, qint64 row, const QString& assetName)

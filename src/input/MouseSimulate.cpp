@@ -198,8 +198,13 @@ void MouseSimulate::rightClick(QPointF point)
 
 QString MouseSimulate::formatDistance(float distance)
 {
-    char buffer[32];
-    const char* end = std::to_chars(buffer, buffer + sizeof buffer, distance).ptr;
+    // The shortest digits that read back as the same float. Plain decimal with ".0" on whole
+    // numbers from 1e-4 up to 2^24; exponent form outside that range.
+    char buffer[64];
+    const bool exponent = std::isfinite(distance) && distance != 0.0f
+        && (std::fabs(distance) < 1e-4f || std::fabs(distance) > 16777216.0f);
+    const auto format = exponent ? std::chars_format::scientific : std::chars_format::fixed;
+    const char* end = std::to_chars(buffer, buffer + sizeof buffer, distance, format).ptr;
     QString text = QString::fromLatin1(buffer, end - buffer);
     const bool hasMark = std::any_of(static_cast<const char*>(buffer), end,
         [](char c) { return c == '.' || c == 'e' || c == 'n'; });

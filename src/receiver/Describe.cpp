@@ -7,12 +7,38 @@ namespace Describe {
 
 namespace {
 
+// How a debugging description writes one character inside quotes.
+QString escapedChar(QChar c)
+{
+    switch (c.unicode()) {
+    case '\\':
+        return QStringLiteral("\\\\");
+    case '\'':
+        return QStringLiteral("\\'");
+    case '"':
+        return QStringLiteral("\\\"");
+    case '\0':
+        return QStringLiteral("\\0");
+    case '\n':
+        return QStringLiteral("\\n");
+    case '\r':
+        return QStringLiteral("\\r");
+    case '\t':
+        return QStringLiteral("\\t");
+    }
+    if (c.unicode() < 0x20 || c.unicode() == 0x7f)
+        return QStringLiteral("\\u{%1}").arg(
+            QString::number(c.unicode(), 16).toUpper().rightJustified(2, QLatin1Char('0')));
+    return QString(c);
+}
+
+// Quotes, backslashes and control characters escaped, so a description stays on one line.
 QString quoted(const QString& text)
 {
-    QString escaped = text;
-    escaped.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
-    escaped.replace(QLatin1Char('"'), QLatin1String("\\\""));
-    return QLatin1Char('"') + escaped + QLatin1Char('"');
+    QString escaped = QStringLiteral("\"");
+    for (const QChar c : text)
+        escaped += escapedChar(c);
+    return escaped + QLatin1Char('"');
 }
 
 } // namespace

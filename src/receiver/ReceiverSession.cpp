@@ -51,8 +51,9 @@ std::optional<int> httpStatus(const QNetworkReply* reply)
     if (!status.isValid())
         return std::nullopt;
     // An answer that started but broke off (timeout or reset mid-body) is a transport failure.
+    // Qt reports some statuses (407) with a proxy error code: those are still answers.
     const auto error = reply->error();
-    if (error != QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied)
+    if (error != QNetworkReply::NoError && error < QNetworkReply::ProxyConnectionRefusedError)
         return std::nullopt;
     return status.toInt();
 }

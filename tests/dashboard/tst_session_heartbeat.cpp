@@ -157,6 +157,24 @@ private Q_SLOTS:
         QCOMPARE(pings(), before);
     }
 
+    void failurePastTheLimitOnlyCounts()
+    {
+        // A failure from a request already in flight when the count reached 2 raises the count
+        // further but ends nothing and shows no second alert.
+        startSwitchTouchback();
+        m_sim->command("answer /pingServerWithIP 500");
+        d().setServerPingFailedCount(1);
+        const int before = answers();
+        d().inititateServerPing(d().pingTimer()); // goes out at count 1
+        d().setServerPingFailedCount(2); // another failure came first
+        QTRY_COMPARE(answers(), before + 1);
+        QCOMPARE(d().serverPingFailedCount(), 3);
+        QCoreApplication::processEvents();
+        QVERIFY(m_alerts->alerts().isEmpty());
+        QVERIFY(d().pingTimer());
+        QVERIFY(d().wirelessTouchSwitch()->checked());
+    }
+
     void lowerCaseCastOffIsAnOrdinaryReply()
     {
         startSwitchTouchback();

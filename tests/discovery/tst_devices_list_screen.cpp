@@ -281,6 +281,11 @@ private Q_SLOTS:
         QTest::keyClick(button, Qt::Key_Space);
         QCOMPARE(m_delegate.disconnects, 1);
         QVERIFY(cell(0)->focusPolicy() & Qt::TabFocus);
+        // Hidden at height 0, it is out of the focus chain and a second Space does nothing.
+        QVERIFY(!button->hasFocus());
+        QCOMPARE(button->focusPolicy(), Qt::NoFocus);
+        QTest::keyClick(button, Qt::Key_Space);
+        QCOMPARE(m_delegate.disconnects, 1);
     }
 
     void theDelegateIsHeldWeakly()

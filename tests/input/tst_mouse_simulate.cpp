@@ -481,6 +481,12 @@ private slots:
         QTest::newRow("12.34") << 12.34f << QStringLiteral("12.34");
         QTest::newRow("1/3") << (1.0f / 3.0f) << QStringLiteral("0.33333334");
         QTest::newRow("1e20") << 1e20f << QStringLiteral("1e+20");
+        QTest::newRow("100000") << 100000.0f << QStringLiteral("100000.0");
+        QTest::newRow("0.0001") << 0.0001f << QStringLiteral("0.0001");
+        QTest::newRow("0.0005") << 0.0005f << QStringLiteral("0.0005");
+        QTest::newRow("0.00001") << 0.00001f << QStringLiteral("1e-05");
+        QTest::newRow("2^24") << 16777216.0f << QStringLiteral("16777216.0");
+        QTest::newRow("2^24 + 2") << 16777218.0f << QStringLiteral("1.6777218e+07");
         QTest::newRow("inf") << std::numeric_limits<float>::infinity() << QStringLiteral("inf");
         QTest::newRow("nan") << std::numeric_limits<float>::quiet_NaN() << QStringLiteral("nan");
     }

@@ -120,6 +120,13 @@ private slots:
         QCOMPARE(Describe::headers({{"A", "1"}, {"B", "x\"y"}}),
             QStringLiteral("[\"A\": \"1\", \"B\": \"x\\\"y\"]"));
         QCOMPARE(Describe::optionalResponse(nullptr), QStringLiteral("nil"));
+        // Control characters and apostrophes are escaped, so one description stays one line.
+        QCOMPARE(
+            Describe::optionalText(QStringLiteral("{}\n")), QStringLiteral("Optional(\"{}\\n\")"));
+        QCOMPARE(Describe::optionalText(QStringLiteral("it's\t\r\\")),
+            QStringLiteral("Optional(\"it\\'s\\t\\r\\\\\")"));
+        QCOMPARE(Describe::optionalText(QString(QChar(0x1b)) + QChar(0) + QStringLiteral("é")),
+            QStringLiteral("Optional(\"\\u{1B}\\0é\")"));
     }
 };
 
