@@ -8,6 +8,7 @@
 #include "platform/Alerts.h"
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
 #include <QTimer>
 #include <QUdpSocket>
 
@@ -255,6 +256,40 @@ private Q_SLOTS:
         const qint64 allowed = clock.elapsed() / 50 + 1;
         QVERIFY2(early <= allowed, qPrintable(QStringLiteral("%1 ticks").arg(early)));
         QTRY_VERIFY(countLines(*m_log, QStringLiteral("Pinging...")) > afterClose);
+    }
+
+    void secondPickSendsTheNextPingToTheNewReceiver()
+    {
+        SimProcess other(QStringLiteral("127.0.0.2"));
+        QVERIFY(other.isReady());
+        startSwitchTouchback();
+        QTimer* timer = d().pingTimer();
+        const int before = pings();
+        tick();
+        QCOMPARE(pings(), before + 1);
+        d().didPickCastingDeviceWithIP(
+            QStringLiteral("127.0.0.2"), QStringLiteral("7f000002"), QStringLiteral("Lab"));
+        QCOMPARE(d().pingTimer(), timer); // the session goes on
+        d().inititateServerPing(timer);
+        QVERIFY(other.waitForRequests(1));
+        QCOMPARE(requestsTo(other, QStringLiteral("/pingServerWithIP")).size(), 1);
+        QCOMPARE(pings(), before + 1);
+    }
+
+    void missingLocalAddressCountsAsAFailure()
+    {
+        startSwitchTouchback();
+        QVERIFY(ipCommand(QStringLiteral("route del default")));
+        const auto restore = qScopeGuard(
+            [] { ipCommand(QStringLiteral("route add default via 10.99.0.1 dev d0")); });
+        // The ping answers at once, without a request, and that answer is a failure.
+        const int before = pings();
+        d().inititateServerPing(d().pingTimer());
+        QCOMPARE(d().serverPingFailedCount(), 1);
+        d().inititateServerPing(d().pingTimer());
+        QTRY_COMPARE(m_alerts->alerts(), QList<AlertRecorder::Alert> {kNetworkError});
+        verifyBackToPaired();
+        QCOMPARE(pings(), before);
     }
 
     void disconnectDuringSwitchTouchbackKeepsTicking()
