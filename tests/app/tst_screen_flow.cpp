@@ -226,6 +226,17 @@ private Q_SLOTS:
         QTest::keyClick(d->fileUploadButton(), Qt::Key_Escape);
         QTRY_VERIFY(!p->isVisible());
 
+        // A second click on the list icon shows the same list, still paired, below the icon.
+        QTest::mouseClick(d->devicesListIcon(), Qt::LeftButton);
+        QTRY_VERIFY(p->isVisible());
+        QCOMPARE(d->devicesListController(), list);
+        QCOMPARE(popover(d, list), p);
+        QCOMPARE(list->selectedRow(), 0);
+        QCOMPARE(list->zentrixDeviceNames(), QStringList({"Room 12", "Board Room"}));
+        verifyBelow(p, d->devicesListIcon());
+        QTest::keyClick(p, Qt::Key_Escape);
+        QTRY_VERIFY(!p->isVisible());
+
         // The two touchback looks, for the record.
         OrbSwitch* sw = d->wirelessTouchSwitch();
         QTest::mouseClick(sw, Qt::LeftButton, {}, sw->rect().center());
