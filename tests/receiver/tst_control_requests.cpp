@@ -2,6 +2,7 @@
 // inside a private network namespace whose default-route interface d0 has 10.99.0.2.
 #include "NetnsShell.h"
 #include "RawCaptureServer.h"
+#include "RepliesInFlight.h"
 #include "SimProcess.h"
 #include "StdoutCapture.h"
 
@@ -33,12 +34,6 @@ struct HandlerCalls
 };
 
 const QByteArray kJson = "application/json; charset=utf-8";
-
-// A request that goes out makes its reply, a child of the shared manager, before the call returns.
-qsizetype repliesInFlight()
-{
-    return ReceiverSession::shared()->findChildren<QNetworkReply*>().size();
-}
 
 } // namespace
 
