@@ -1,6 +1,9 @@
 // The dashboard with its real touch socket and the XTest poster, paired with a receiver and with
 // touchback switched on, as a user would have it; for the touch-path benchmark.
-//   touch-path-app RECEIVER_ADDRESS
+//   touch-path-app RECEIVER_ADDRESS [HEARTBEAT_MS]
+// HEARTBEAT_MS replaces the 4 s heartbeat interval (the instruction counts use a long one: a
+// heartbeat tick is timed work, not work per datagram, and a slower run under callgrind would
+// otherwise count more ticks).
 // Prints "ready" once the touch socket is bound and the switch has stopped animating (so the
 // figures hold the touch path only); ends when standard input closes.
 #include "controls/OrbSwitch.h"
@@ -14,16 +17,21 @@
 #include <QUdpSocket>
 #include <QVariantAnimation>
 
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <unistd.h>
 
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
     if (argc < 2) {
-        std::fprintf(stderr, "usage: touch-path-app RECEIVER_ADDRESS\n");
+        std::fprintf(stderr, "usage: touch-path-app RECEIVER_ADDRESS [HEARTBEAT_MS]\n");
         return 2;
     }
+    if (argc > 2)
+        DashboardViewController::setPingIntervalForTesting(
+            std::chrono::milliseconds(std::atoll(argv[2])));
     installXTestEventPoster();
     DashboardViewController dashboard;
     // The benchmark's touches land outside this rectangle (see run.sh).
