@@ -16,6 +16,7 @@
 #include <QHostAddress>
 #include <QNetworkDatagram>
 #include <QPointer>
+#include <QStringDecoder>
 #include <QUdpSocket>
 
 #include <sys/socket.h>
@@ -23,7 +24,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 namespace {
@@ -216,24 +216,12 @@ void DashboardViewController::udpSocketDidReceiveData(
 {
     Q_UNUSED(fromAddress)
     Q_UNUSED(fromPort)
-    // Any sender is obeyed. The separators are ASCII, so the first record and its fields are
-    // found in the bytes and decoded one field at a time.
-    const std::string_view text(data.constData(), size_t(data.size()));
-    const std::string_view record = text.substr(0, text.find(';'));
-    std::array<std::string_view, 4> fields;
-    size_t count = 0;
-    for (size_t start = 0; count < fields.size(); ++count) {
-        const size_t comma = record.find(',', start);
-        fields[count]
-            = record.substr(start, comma == std::string_view::npos ? comma : comma - start);
-        if (comma == std::string_view::npos) {
-            ++count;
-            break;
-        }
-        start = comma + 1;
-    }
-    const bool utf8 = QByteArrayView(data).isValidUtf8();
-    if (!utf8 || count < fields.size()) {
+    // Any sender is obeyed. Only the first ";" record is used, split on ",".
+    const QByteArrayView bytes(data);
+    const bool utf8 = bytes.isValidUtf8();
+    std::array<QStringView, 4> fields;
+    const qsizetype count = utf8 ? splitFirstRecord(bytes, fields) : 0;
+    if (!utf8 || count < qsizetype(fields.size())) {
         qCWarning(lcDashboard).noquote()
             << "Dropped a touch datagram"
             << (utf8 ? "with fewer than four fields:" : "that is not UTF-8 text:")
@@ -243,9 +231,30 @@ void DashboardViewController::udpSocketDidReceiveData(
     }
     if (!m_mouseSimulator)
         m_mouseSimulator = std::make_unique<MouseSimulate>();
-    const auto field = [&](size_t i) {
-        return QString::fromUtf8(fields[i].data(), qsizetype(fields[i].size()));
-    };
-    m_mouseSimulator->initiateMouseEvent(field(0), field(1), field(2), field(3));
+    m_mouseSimulator->initiateMouseEvent(fields[0], fields[1], fields[2], fields[3]);
     receiveOnce(socket);
+}
+
+// Decodes the first record into the reused text buffer (no allocation per touch) and fills
+// fields with up to four of its ","-separated pieces; returns how many there are.
+qsizetype DashboardViewController::splitFirstRecord(
+    QByteArrayView bytes, std::array<QStringView, 4>& fields)
+{
+    static QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const qsizetype separator = bytes.indexOf(';');
+    const QByteArrayView recordBytes = separator < 0 ? bytes : bytes.first(separator);
+    if (m_touchText.size() < recordBytes.size())
+        m_touchText.resize(recordBytes.size()); // UTF-16 needs no more units than UTF-8 bytes
+    const QChar* begin = m_touchText.constData();
+    const QChar* end = utf8.appendToBuffer(m_touchText.data(), recordBytes);
+    const QStringView record(begin, end - begin);
+    qsizetype count = 0;
+    for (qsizetype start = 0; count < qsizetype(fields.size()); ++count) {
+        const qsizetype comma = record.indexOf(u',', start);
+        fields[count] = comma < 0 ? record.sliced(start) : record.sliced(start, comma - start);
+        if (comma < 0)
+            return count + 1;
+        start = comma + 1;
+    }
+    return count;
 }

@@ -8,9 +8,11 @@
 #include <QNetworkDatagram>
 #include <QPointer>
 #include <QStringList>
+#include <QStringView>
 #include <QVariant>
 #include <QWidget>
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -172,6 +174,7 @@ private:
     void pingFinished(bool success, const QString& reply);
     void receiveTouchDatagram(QUdpSocket* socket);
     void receiveOnce(QUdpSocket* socket);
+    qsizetype splitFirstRecord(QByteArrayView bytes, std::array<QStringView, 4>& fields);
     void uploadFile(const QUrl& fileUrl);
     QString uploadFileType(const QString& extension) const;
 
@@ -182,6 +185,7 @@ private:
     bool m_isFileUploadEnabled = false;
     QUdpSocket* m_sendUdpSocket = nullptr;
     QByteArray m_touchBuffer; // reused for every touch datagram
+    QString m_touchText; // the decoded first record, reused likewise
     QList<QNetworkDatagram> m_waitingTouches; // arrived during a modal session, in order
     bool m_touchPassQueued = false; // a waiting touch is to be handled next pass
     std::optional<QString> m_selectedDeviceIPAddress;

@@ -59,13 +59,13 @@ MouseEventPoster& MouseSimulate::poster() const
 }
 
 void MouseSimulate::initiateMouseEvent(
-    const QString& event, const QString& x, const QString& y, const QString& timeStamp)
+    QStringView event, QStringView x, QStringView y, QStringView timeStamp)
 {
     initiateMouseEvent(event, x, y, timeStamp.toLongLong());
 }
 
 void MouseSimulate::initiateMouseEvent(
-    const QString& event, const QString& x, const QString& y, qint64 timeStamp)
+    QStringView event, QStringView x, QStringView y, qint64 timeStamp)
 {
     const std::optional<double> touchX = CoordinateParser::parse(x);
     if (!touchX)

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QPointF>
 #include <QString>
+#include <QStringView>
 
 #include <cstdint>
 #include <optional>
@@ -42,12 +43,10 @@ public:
     ~MouseSimulate() override;
 
     // One touch report. The timestamp is handed on to mouseUp and not used for decisions.
-    void initiateMouseEvent(
-        const QString& event, const QString& x, const QString& y, qint64 timeStamp);
+    void initiateMouseEvent(QStringView event, QStringView x, QStringView y, qint64 timeStamp);
     // The session hands over the timestamp field as it arrived; it is read as an integer
     // (0 when it is not one).
-    void initiateMouseEvent(
-        const QString& event, const QString& x, const QString& y, const QString& timeStamp);
+    void initiateMouseEvent(QStringView event, QStringView x, QStringView y, QStringView timeStamp);
 
     void mouseDown(QPointF point);
     void mouseUp(QPointF point, qint64 timeStamp);
