@@ -3,6 +3,8 @@
 #include <QNetworkReply>
 #include <QStringList>
 
+#include <utility>
+
 namespace Describe {
 
 namespace {
@@ -10,21 +12,11 @@ namespace {
 // How a debugging description writes one character inside quotes.
 QString escapedChar(QChar c)
 {
-    switch (c.unicode()) {
-    case '\\':
-        return QStringLiteral("\\\\");
-    case '\'':
-        return QStringLiteral("\\'");
-    case '"':
-        return QStringLiteral("\\\"");
-    case '\0':
-        return QStringLiteral("\\0");
-    case '\n':
-        return QStringLiteral("\\n");
-    case '\r':
-        return QStringLiteral("\\r");
-    case '\t':
-        return QStringLiteral("\\t");
+    static constexpr std::pair<char16_t, const char*> named[] = {{u'\\', "\\\\"}, {u'\'', "\\'"},
+        {u'"', "\\\""}, {u'\0', "\\0"}, {u'\n', "\\n"}, {u'\r', "\\r"}, {u'\t', "\\t"}};
+    for (const auto& [character, escape] : named) {
+        if (c == character)
+            return QLatin1String(escape);
     }
     if (c.unicode() < 0x20 || c.unicode() == 0x7f)
         return QStringLiteral("\\u{%1}").arg(
