@@ -1,8 +1,9 @@
 // Benchmark driver: the real receiver list controller with the Avahi backend. Prints "ready"
 // once browsing, then "listed <address> <unix ns>" for every receiver row that appears and
 // "gone <address> <unix ns>" for every one that goes.
+#include "app/Backends.h"
 #include "discovery/DevicesListViewController.h"
-#include "platform/AvahiNetServiceBrowser.h"
+#include "platform/avahi/AvahiNetServiceBrowser.h"
 
 #include <QApplication>
 #include <QSet>
@@ -25,7 +26,7 @@ long long nowNs()
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
-    installAvahiServiceBrowser();
+    Backends::installServiceBrowser();
     DevicesListViewController controller;
     controller.loadViewIfNeeded();
     auto* browser = qobject_cast<AvahiNetServiceBrowser*>(controller.browser());

@@ -2,7 +2,7 @@
 // session hands them over (four texts per report).
 //   touch-core-driver N     posts N MOVE reports spread over the screen, then exits
 #include "input/MouseSimulate.h"
-#include "platform/XTestEventPoster.h"
+#include "platform/x11/XTestEventPoster.h"
 
 #include <QGuiApplication>
 #include <QList>

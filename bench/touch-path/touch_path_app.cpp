@@ -8,7 +8,7 @@
 // figures hold the touch path only); ends when standard input closes.
 #include "controls/OrbSwitch.h"
 #include "dashboard/DashboardViewController.h"
-#include "platform/XTestEventPoster.h"
+#include "platform/x11/XTestEventPoster.h"
 
 #include <QApplication>
 #include <QHostAddress>

@@ -1,10 +1,10 @@
 #include "app/AppDelegate.h"
+#include "app/Backends.h"
 #include "app/MainStoryboard.h"
 #include "app/MainWindow.h"
 #include "app/SplashScreenViewController.h"
-#include "platform/AvahiNetServiceBrowser.h"
 #include "platform/Fonts.h"
-#include "platform/XTestEventPoster.h"
+#include "platform/avahi/AvahiNetServiceBrowser.h"
 
 #include <QApplication>
 
@@ -34,10 +34,12 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("orventa-companion"));
     QApplication::setApplicationDisplayName(QStringLiteral("ORVENTA Companion"));
+    // Names the installed .desktop file, so that docks and task switchers show our name and icon.
+    QGuiApplication::setDesktopFileName(QStringLiteral("com.orventa.companion"));
     Fonts::loadApplicationFonts();
     MainStoryboard::registerControllers();
-    installAvahiServiceBrowser();
-    installXTestEventPoster();
+    Backends::installServiceBrowser();
+    Backends::installEventPoster();
 
     AppDelegate delegate;
     delegate.attach(app);

@@ -6,10 +6,10 @@
 #include "DeviceTableView.h"
 #include "DevicesListViewControllerDelegate.h"
 #include "HexValue.h"
-#include "ServiceBrowser.h"
 #include "controls/LayerView.h"
 #include "platform/Fonts.h"
 #include "platform/Logging.h"
+#include "platform/ServiceBrowser.h"
 
 #include <QPushButton>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "DeviceTableViewDataSource.h"
-#include "NetService.h"
-#include "ServiceBrowserDelegate.h"
+#include "platform/NetService.h"
+#include "platform/ServiceBrowserDelegate.h"
 
 #include <QPointer>
 #include <QStringList>

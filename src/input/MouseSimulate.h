@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MouseEventPoster.h"
+#include "platform/MouseEventPoster.h"
 
 #include <QObject>
 #include <QPointF>

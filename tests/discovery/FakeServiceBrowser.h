@@ -1,7 +1,7 @@
 #pragma once
 
-#include "discovery/NetService.h"
-#include "discovery/ServiceBrowser.h"
+#include "platform/NetService.h"
+#include "platform/ServiceBrowser.h"
 
 #include <QList>
 #include <QPointer>

@@ -2,8 +2,9 @@
 // tests/support/with-mdns-netns (own network, /run, D-Bus and daemon).
 #include "LogCapture.h"
 
+#include "app/Backends.h"
 #include "discovery/DevicesListViewController.h"
-#include "platform/AvahiNetServiceBrowser.h"
+#include "platform/avahi/AvahiNetServiceBrowser.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -95,7 +96,7 @@ private:
     }
     void startController()
     {
-        installAvahiServiceBrowser();
+        Backends::installServiceBrowser();
         m_controller = std::make_unique<DevicesListViewController>();
         m_controller->loadViewIfNeeded();
         QVERIFY(browser());

@@ -2,7 +2,7 @@
 #include "RawEventObserver.h"
 #include "StdoutCapture.h"
 #include "input/MouseSimulate.h"
-#include "platform/XTestEventPoster.h"
+#include "platform/x11/XTestEventPoster.h"
 
 #include <QApplication>
 #include <QMouseEvent>

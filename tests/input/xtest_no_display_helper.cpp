@@ -1,7 +1,7 @@
 // Feeds touch reports to the XTest backend in a process that has no X display.
 #include "input/MouseSimulate.h"
 #include "platform/StdoutLine.h"
-#include "platform/XTestEventPoster.h"
+#include "platform/x11/XTestEventPoster.h"
 
 #include <QGuiApplication>
 

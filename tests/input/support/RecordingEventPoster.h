@@ -1,6 +1,6 @@
 #pragma once
 
-#include "input/MouseEventPoster.h"
+#include "platform/MouseEventPoster.h"
 
 #include <QList>
 #include <QString>

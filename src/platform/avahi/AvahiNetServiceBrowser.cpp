@@ -1,6 +1,5 @@
 #include "AvahiNetServiceBrowser.h"
 
-#include "discovery/DevicesListViewController.h"
 #include "platform/Logging.h"
 
 #include <QTimer>
@@ -263,10 +262,4 @@ void AvahiNetServiceBrowser::finishResolve(Resolve* resolve)
     m_resolves.erase(it);
     done->timer.stop();
     avahi_service_resolver_free(done->resolver);
-}
-
-void installAvahiServiceBrowser()
-{
-    DevicesListViewController::setBrowserFactory(
-        [] { return std::make_unique<AvahiNetServiceBrowser>(); });
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "input/MouseEventPoster.h"
+#include "platform/MouseEventPoster.h"
 
 typedef struct _XDisplay Display;
 

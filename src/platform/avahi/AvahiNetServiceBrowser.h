@@ -1,7 +1,7 @@
 #pragma once
 
-#include "AvahiQtPoll.h"
-#include "discovery/ServiceBrowser.h"
+#include "platform/ServiceBrowser.h"
+#include "platform/avahi/AvahiQtPoll.h"
 
 #include <QHash>
 #include <QList>
@@ -80,6 +80,3 @@ private:
     QList<std::pair<NetService, QSet<InstanceKey>>> m_instances;
     std::vector<std::unique_ptr<Resolve>> m_resolves;
 };
-
-// Makes the receiver list browse with Avahi; call once from main() before any list is shown.
-void installAvahiServiceBrowser();

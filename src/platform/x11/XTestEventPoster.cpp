@@ -1,7 +1,7 @@
 #include "XTestEventPoster.h"
 
-#include "input/MainScreen.h"
 #include "platform/Logging.h"
+#include "platform/MainScreen.h"
 
 #include <QGuiApplication>
 #include <QScreen>
