@@ -20,17 +20,29 @@ bool hasDisplay()
     return !qEnvironmentVariableIsEmpty("DISPLAY")
         || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
+
+// On a Wayland desktop the window is a native Wayland client. Qt alone would pick xcb (through
+// Xwayland) whenever XDG_SESSION_TYPE is not "wayland" and DISPLAY is set; Xwayland is only the
+// fallback when the Wayland platform cannot start.
+void preferWayland()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
+        && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "wayland;xcb");
+}
 } // namespace
 
 int main(int argc, char** argv)
 {
     if (!hasDisplay()) {
         std::fprintf(stderr,
-            "orventa-companion: no display found (DISPLAY is not set); to run it without one, "
+            "orventa-companion: no display found (neither WAYLAND_DISPLAY nor DISPLAY is set); "
+            "to run it without one, "
             "start it under Xvfb: xvfb-run -s '-screen 0 1440x900x24' %s\n",
             argv[0]);
         return EXIT_FAILURE;
     }
+    preferWayland();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("orventa-companion"));
     QApplication::setApplicationDisplayName(QStringLiteral("ORVENTA Companion"));

@@ -12,12 +12,29 @@
 namespace {
 constexpr int kCornerRadius = 12;
 constexpr int kPadding = 1;
+const QColor kBorderColor(0xB8, 0xC3, 0xCD);
+
+// A Wayland client cannot place a window of its own; only a pop-up (xdg_popup) is placed by the
+// compositor relative to its parent window.
+bool placedByCompositor()
+{
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+Qt::WindowFlags popoverFlags()
+{
+    return (placedByCompositor() ? Qt::Popup : Qt::Tool) | Qt::FramelessWindowHint;
+}
 } // namespace
 
 PopoverWindow::PopoverWindow(QWidget* parent)
-    : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint)
+    : QWidget(parent, popoverFlags())
+    , m_isPopup(placedByCompositor())
 {
     setObjectName(QStringLiteral("popover"));
+    // Every Wayland compositor blends, so the corners and the arrow's sides show what is below.
+    if (m_isPopup)
+        setAttribute(Qt::WA_TranslucentBackground);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(kPadding, kArrowHeight + kPadding, kPadding, kPadding);
     layout->setSpacing(0);
@@ -57,8 +74,10 @@ void PopoverWindow::showRelativeTo(
     reposition();
     qApp->installEventFilter(this);
     show();
-    raise();
-    activateWindow();
+    if (!m_isPopup) {
+        raise();
+        activateWindow();
+    }
     if (m_content)
         m_content->setFocus(Qt::PopupFocusReason);
     focusNextChild();
@@ -113,8 +132,11 @@ void PopoverWindow::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillRect(rect(), QColor(0xB8, 0xC3, 0xCD));
     QPainterPath inner = outline();
+    if (m_isPopup)
+        painter.fillPath(inner, kBorderColor);
+    else
+        painter.fillRect(rect(), kBorderColor);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::white);
     painter.translate(0.5, 0.5);
@@ -146,7 +168,12 @@ bool PopoverWindow::eventFilter(QObject* watched, QEvent* event)
         break;
     case QEvent::Move:
     case QEvent::Resize:
-        if (parentWidget() && watched == parentWidget()->window())
+        if (!parentWidget() || watched != parentWidget()->window())
+            break;
+        // A pop-up on Wayland keeps the place it was given when it opened.
+        if (m_isPopup)
+            close();
+        else
             reposition();
         break;
     case QEvent::Hide:
@@ -157,6 +184,16 @@ bool PopoverWindow::eventFilter(QObject* watched, QEvent* event)
         break;
     }
     return QWidget::eventFilter(watched, event);
+}
+
+void PopoverWindow::mousePressEvent(QMouseEvent* event)
+{
+    // A pop-up sees every press in the application; one beside the arrow is outside the popover.
+    if (m_isPopup && !outline().contains(event->position())) {
+        close();
+        return;
+    }
+    QWidget::mousePressEvent(event);
 }
 
 void PopoverWindow::keyPressEvent(QKeyEvent* event)

@@ -7,7 +7,8 @@
 // another edge of) an anchor view, with a small arrow pointing at the anchor.
 //
 // Semitransient: it closes when the user acts in the main window (a mouse press outside the
-// popover, or Escape) and stays open while the user works in another application. The
+// popover, or Escape) and stays open while the user works in another application. On Wayland it
+// is a pop-up, which the compositor also closes when the user clicks another application. The
 // controller shown inside is only borrowed: closing hides the popover, and the controller lives
 // on for the next opening.
 class PopoverWindow : public QWidget
@@ -46,6 +47,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
 
 private:
     void reposition();
@@ -59,4 +61,6 @@ private:
     int m_arrowX = 0;
     Behavior m_behavior = Behavior::Semitransient;
     QSize m_preferredContentSize;
+    // On Wayland the popover is a pop-up placed by the compositor next to the main window.
+    const bool m_isPopup;
 };
