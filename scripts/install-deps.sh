@@ -7,11 +7,20 @@ packages=(
     cmake ninja-build g++ pkg-config ccache
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
     libx11-dev libxtst-dev libxi-dev libavahi-client-dev libssl-dev
+    # build: the Wayland pointer observer used by tests and benchmarks (xdg-shell from wayland-protocols)
+    libwayland-dev wayland-protocols
     # run
     libqt6svg6 fonts-dejavu-core
+    # run on Wayland desktops: Qt's wayland platform; touchback through mutter or the portal needs PipeWire
+    qt6-wayland pipewire
     # test: X server, mDNS daemon, namespaces, accessibility, screenshots, benchmarks
     xvfb xauth x11-utils avahi-daemon avahi-utils dbus iproute2 util-linux procps
     at-spi2-core python3 python3-pyatspi imagemagick curl valgrind time
+    # test: headless GNOME (mutter) and KDE (kwin) sessions with their RemoteDesktop portals,
+    # Qt 5's wayland platform for the KDE portal backend, stream screenshots
+    mutter wireplumber xwayland kwin-wayland qtwayland5 dbus-bin fuse3
+    xdg-desktop-portal xdg-desktop-portal-gnome xdg-desktop-portal-kde python3-gi
+    gstreamer1.0-pipewire gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
 )
 missing=()
 for p in "${packages[@]}"; do
