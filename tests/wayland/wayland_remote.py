@@ -1,0 +1,195 @@
+"""Input and screenshots from outside a Wayland client, through the compositor's own remote
+desktop and screen cast services: mutter's org.gnome.Mutter.RemoteDesktop / ScreenCast, or the
+xdg-desktop-portal RemoteDesktop and ScreenCast portals (KDE grants them without a dialog).
+
+Both classes offer start(), move(x, y), button(pressed), key(evdev_code, pressed),
+screenshot(path) (a PNG of the monitor from the PipeWire stream, through gst-launch-1.0, with
+its raw pixels beside it for read_rgb).
+Coordinates are the monitor's logical pixels."""
+import os
+import subprocess
+import time
+
+import gi
+
+gi.require_version('Gio', '2.0')
+from gi.repository import Gio, GLib  # noqa: E402
+
+BTN_LEFT = 272
+KEY_ESC = 1
+KEY_LEFTSHIFT = 42
+
+
+def _pump_until(condition, seconds, what):
+    ctx = GLib.MainContext.default()
+    deadline = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > deadline:
+            raise RuntimeError('timed out waiting for ' + what)
+        ctx.iteration(False) or time.sleep(0.005)
+
+
+def _grab(node, out, fd=None):
+    """One frame of the stream: OUT (PNG) and OUT.rgb (its pixels, rows of RGB triples)."""
+    source = ['pipewiresrc', 'path=%d' % node, 'num-buffers=1']
+    pass_fds = ()
+    if fd is not None:
+        source.append('fd=%d' % fd)
+        pass_fds = (fd,)
+    subprocess.run(['gst-launch-1.0', '-q'] + source
+                   + ['!', 'videoconvert', '!', 'video/x-raw,format=RGB', '!', 'tee', 'name=t',
+                      '!', 'queue', '!', 'filesink', 'location=' + out + '.rgb',
+                      't.', '!', 'queue', '!', 'pngenc', 'compression-level=1', '!', 'filesink',
+                      'location=' + out],
+                   check=True, timeout=30, pass_fds=pass_fds)
+
+
+class _Bus:
+    def __init__(self):
+        self.bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+
+    def call(self, name, path, iface, method, args, rtype=None, fds=False):
+        reply_type = GLib.VariantType(rtype) if rtype else None
+        if fds:
+            return self.bus.call_with_unix_fd_list_sync(
+                name, path, iface, method, args, reply_type, Gio.DBusCallFlags.NONE, 10000,
+                None, None)
+        return self.bus.call_sync(name, path, iface, method, args, reply_type,
+                                  Gio.DBusCallFlags.NONE, 10000, None)
+
+
+class MutterRemote(_Bus):
+    """A RemoteDesktop session linked to a ScreenCast session of the primary monitor."""
+    RD = 'org.gnome.Mutter.RemoteDesktop'
+    SC = 'org.gnome.Mutter.ScreenCast'
+
+    def start(self):
+        self.session = self.call(self.RD, '/org/gnome/Mutter/RemoteDesktop', self.RD,
+                                 'CreateSession', None, '(o)')[0]
+        session_id = self.call(self.RD, self.session, 'org.freedesktop.DBus.Properties', 'Get',
+                               GLib.Variant('(ss)', (self.RD + '.Session', 'SessionId')),
+                               '(v)')[0]
+        cast = self.call(self.SC, '/org/gnome/Mutter/ScreenCast', self.SC, 'CreateSession',
+                         GLib.Variant('(a{sv})', ({'remote-desktop-session-id':
+                                                   GLib.Variant('s', session_id)},)), '(o)')[0]
+        self.stream = self.call(self.SC, cast, self.SC + '.Session', 'RecordMonitor',
+                                GLib.Variant('(sa{sv})', ('', {})), '(o)')[0]
+        self.node = None
+
+        def added(_conn, _sender, _path, _iface, _signal, params):
+            self.node = params[0]
+        self.bus.signal_subscribe(None, self.SC + '.Stream', 'PipeWireStreamAdded', self.stream,
+                                  None, Gio.DBusSignalFlags.NONE, added)
+        self._session('Start', None)
+        _pump_until(lambda: self.node is not None, 10, 'the screen cast stream')
+        # The virtual pointer and keyboard appear with their first event; a client that starts
+        # before them would miss the first click while it binds the new device.
+        self.move(0, 0)
+        self.key(KEY_LEFTSHIFT, True)
+        self.key(KEY_LEFTSHIFT, False)
+
+    def _session(self, method, args):
+        self.call(self.RD, self.session, self.RD + '.Session', method, args)
+
+    def move(self, x, y):
+        self._session('NotifyPointerMotionAbsolute',
+                      GLib.Variant('(sdd)', (self.stream, float(x), float(y))))
+
+    def button(self, pressed):
+        self._session('NotifyPointerButton', GLib.Variant('(ib)', (BTN_LEFT, pressed)))
+
+    def key(self, code, pressed):
+        self._session('NotifyKeyboardKeycode', GLib.Variant('(ub)', (code, pressed)))
+
+    def screenshot(self, out):
+        _grab(self.node, out)
+
+
+class PortalRemote(_Bus):
+    """A RemoteDesktop portal session (keyboard and pointer) with one monitor shared."""
+    DEST = 'org.freedesktop.portal.Desktop'
+    PATH = '/org/freedesktop/portal/desktop'
+    RD = 'org.freedesktop.portal.RemoteDesktop'
+    SC = 'org.freedesktop.portal.ScreenCast'
+
+    def __init__(self):
+        super().__init__()
+        self.sender = self.bus.get_unique_name()[1:].replace('.', '_')
+        self.tokens = 0
+
+    def _request(self, iface, method, make_args):
+        """Calls a method that answers through a Request object; returns its results."""
+        self.tokens += 1
+        token = 'orventa_check_%d' % self.tokens
+        path = '%s/request/%s/%s' % (self.PATH, self.sender, token)
+        answer = {}
+
+        def response(_conn, _sender, _path, _iface, _signal, params):
+            answer['code'], answer['results'] = params.unpack()
+        sub = self.bus.signal_subscribe(self.DEST, 'org.freedesktop.portal.Request', 'Response',
+                                        path, None, Gio.DBusSignalFlags.NONE, response)
+        try:
+            self.call(self.DEST, self.PATH, iface, method, make_args(token), '(o)')
+            _pump_until(lambda: answer, 30, method + "'s response")
+        finally:
+            self.bus.signal_unsubscribe(sub)
+        if answer['code'] != 0:
+            raise RuntimeError('%s refused (%d)' % (method, answer['code']))
+        return answer['results']
+
+    def start(self):
+        results = self._request(self.RD, 'CreateSession', lambda t: GLib.Variant(
+            '(a{sv})', ({'handle_token': GLib.Variant('s', t),
+                         'session_handle_token': GLib.Variant('s', t)},)))
+        self.session = results['session_handle']
+        self._request(self.RD, 'SelectDevices', lambda t: GLib.Variant(
+            '(oa{sv})', (self.session, {'handle_token': GLib.Variant('s', t),
+                                        'types': GLib.Variant('u', 3)})))
+        self._request(self.SC, 'SelectSources', lambda t: GLib.Variant(
+            '(oa{sv})', (self.session, {'handle_token': GLib.Variant('s', t),
+                                        'types': GLib.Variant('u', 1),
+                                        'multiple': GLib.Variant('b', False)})))
+        results = self._request(self.RD, 'Start', lambda t: GLib.Variant(
+            '(osa{sv})', (self.session, '', {'handle_token': GLib.Variant('s', t)})))
+        if results.get('devices', 0) & 3 != 3:
+            raise RuntimeError('the portal did not grant keyboard and pointer')
+        self.node = results['streams'][0][0]
+        reply, fds = self.call(self.DEST, self.PATH, self.SC, 'OpenPipeWireRemote',
+                               GLib.Variant('(oa{sv})', (self.session, {})), '(h)', fds=True)
+        self.pipewire_fd = fds.get(reply[0])
+
+    def _notify(self, method, signature, *args):
+        self.call(self.DEST, self.PATH, self.RD, method,
+                  GLib.Variant('(oa{sv}' + signature + ')', (self.session, {}) + args))
+
+    def move(self, x, y):
+        self._notify('NotifyPointerMotionAbsolute', 'udd', self.node, float(x), float(y))
+
+    def button(self, pressed):
+        self._notify('NotifyPointerButton', 'iu', BTN_LEFT, 1 if pressed else 0)
+
+    def key(self, code, pressed):
+        self._notify('NotifyKeyboardKeycode', 'iu', code, 1 if pressed else 0)
+
+    def screenshot(self, out):
+        _grab(self.node, out, self.pipewire_fd)
+
+
+def remote_for(desktop):
+    return {'mutter': MutterRemote, 'portal': PortalRemote}[desktop]()
+
+
+def read_rgb(png):
+    """The pixels of a screenshot as (width, height, bytes of RGB triples, row by row)."""
+    with open(png, 'rb') as f:
+        header = f.read(24)
+    width, height = int.from_bytes(header[16:20], 'big'), int.from_bytes(header[20:24], 'big')
+    with open(png + '.rgb', 'rb') as f:
+        raw = f.read()
+    os.unlink(png + '.rgb')
+    stride = (width * 3 + 3) & ~3  # GStreamer rows start on 4-byte boundaries
+    if len(raw) != stride * height:
+        raise RuntimeError('unexpected pixel data for ' + os.path.basename(png))
+    if stride == width * 3:
+        return width, height, raw
+    return width, height, b''.join(raw[r * stride:r * stride + width * 3] for r in range(height))

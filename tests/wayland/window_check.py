@@ -1,0 +1,287 @@
+#!/usr/bin/python3
+"""Checks the application's window on a headless Wayland compositor from outside: what the
+compositor's screen cast shows and what input posted through the compositor does.
+
+  window_check.py DESKTOP ARTIFACTS popovers HARNESS
+      the receiver list and the settings open as popovers whose arrow tip is at the lower edge
+      centre of their icon; Escape closes them, they open again, a press in the window closes them
+  window_check.py DESKTOP ARTIFACTS drop HARNESS DRAG_SOURCE
+      a file dragged from another Wayland client reaches the drop area
+  window_check.py DESKTOP ARTIFACTS app-id APP
+      the application comes up as a native Wayland window (even with DISPLAY set and no session
+      type) carrying the desktop identity com.orventa.companion
+
+DESKTOP is "mutter" (mutter's own RemoteDesktop and ScreenCast) or "portal" (the portals, as on
+KDE). Run it inside tests/support/with-mutter --wireplumber or tests/support/with-kwin.
+Screenshots go to ARTIFACTS. Exit status 0 when every check passed."""
+import os
+import queue
+import re
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import wayland_remote  # noqa: E402
+from wayland_remote import KEY_ESC  # noqa: E402
+
+# How far (in logical pixels) the arrow tip may be from the icon's lower edge centre.
+TIP_TOLERANCE = 4
+ICON_TEAL = (0x1C, 0xBD, 0x9D)
+
+
+class CheckFailed(Exception):
+    pass
+
+
+class Client:
+    """A client process whose output lines are read as they come."""
+
+    def __init__(self, args, env=None, stream='stdout'):
+        pipe = {'stdout': subprocess.PIPE} if stream == 'stdout' else {
+            'stderr': subprocess.PIPE, 'stdout': subprocess.DEVNULL}
+        self.process = subprocess.Popen(args, env=env, text=True, **pipe)
+        self.lines = queue.Queue()
+        source = self.process.stdout if stream == 'stdout' else self.process.stderr
+        threading.Thread(target=self._read, args=(source,), daemon=True).start()
+
+    def _read(self, source):
+        for line in source:
+            self.lines.put(line.rstrip('\n'))
+        self.lines.put(None)
+
+    def expect(self, pattern, seconds):
+        deadline = time.monotonic() + seconds
+        while True:
+            try:
+                line = self.lines.get(timeout=max(0.0, deadline - time.monotonic()))
+            except queue.Empty:
+                raise CheckFailed('no line matching %r within %g s' % (pattern, seconds))
+            if line is None:
+                raise CheckFailed('the client ended before printing %r' % pattern)
+            match = re.search(pattern, line)
+            if match:
+                return match
+
+    def stop(self):
+        self.process.terminate()
+        try:
+            self.process.wait(timeout=10)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
+
+
+class Shot:
+    def __init__(self, path):
+        self.path = path
+        self.width, self.height, self.data = wayland_remote.read_rgb(path)
+
+    def pixel(self, x, y):
+        i = (y * self.width + x) * 3
+        return tuple(self.data[i:i + 3])
+
+
+class Screen:
+    def __init__(self, remote, artifacts):
+        self.remote = remote
+        self.artifacts = artifacts
+        self.count = 0
+
+    def shot(self, name=None):
+        self.count += 1
+        path = os.path.join(self.artifacts, name or 'shot-%03d.png' % self.count)
+        self.remote.screenshot(path)
+        return Shot(path)
+
+    def wait_for(self, what, found, name, seconds=15):
+        """Takes screenshots until found(shot) gives a value; keeps the last one as NAME."""
+        deadline = time.monotonic() + seconds
+        while True:
+            shot = self.shot(name)
+            value = found(shot)
+            if value is not None:
+                return value
+            if time.monotonic() > deadline:
+                raise CheckFailed('%s: not seen within %g s (last screenshot %s)'
+                                  % (what, seconds, shot.path))
+
+    def click(self, x, y):
+        self.remote.move(x, y)
+        self.remote.button(True)
+        self.remote.button(False)
+
+    def press_key(self, code):
+        self.remote.key(code, True)
+        self.remote.key(code, False)
+
+
+def near(colour, reference, tolerance=40):
+    return all(abs(a - b) <= tolerance for a, b in zip(colour, reference))
+
+
+def icon_seen(shot, rect):
+    x, y, w, h = rect
+    teal = sum(1 for py in range(y, y + h) for px in range(x, x + w)
+               if near(shot.pixel(px, py), ICON_TEAL))
+    return True if teal >= 4 else None
+
+
+def arrow_tip(shot, rect):
+    """The apex of a white arrow rising just below the icon, or None: the first row below the
+    icon holding white pixels must hold only a few, and the rows below it must widen."""
+    x, y, w, h = rect
+    cx = x + w // 2
+    columns = range(max(0, cx - 30), min(shot.width, cx + 31))
+
+    def white(row):
+        return [px for px in columns if min(shot.pixel(px, row)) >= 0xF0]
+    for row in range(y + h, min(shot.height - 8, y + h + 24)):
+        apex = white(row)
+        if not apex:
+            continue
+        wider = white(row + 6)
+        if len(apex) <= 6 and max(apex) - min(apex) < 6 and len(wider) >= len(apex) + 6:
+            return (sum(apex) / len(apex), row - 1)
+        return None
+    return None
+
+
+def no_arrow(shot, rect):
+    return True if arrow_tip(shot, rect) is None else None
+
+
+def check_popovers(screen, harness_path):
+    harness = Client([harness_path, 'dashboard'])
+    try:
+        ready = harness.expect(r'^ready list (\d+) (\d+) (\d+) (\d+) settings (\d+) (\d+) (\d+) (\d+)$',
+                               30)
+        numbers = [int(n) for n in ready.groups()]
+        icons = {'list': tuple(numbers[:4]), 'settings': tuple(numbers[4:])}
+        for name, rect in icons.items():
+            screen.wait_for('the %s icon at %s' % (name, rect), lambda s: icon_seen(s, rect),
+                            'dashboard.png', 20)
+        # A spot of the window away from every control.
+        away = (icons['list'][0] // 4, screen.remote_height * 3 // 4)
+        for name, rect in icons.items():
+            x, y, w, h = rect
+            expected = (x + w / 2, y + h)
+            screen.click(x + w // 2, y + h // 2)
+            tip = screen.wait_for('the %s popover' % name, lambda s: arrow_tip(s, rect),
+                                  '%s-open.png' % name)
+            distance = max(abs(tip[0] - expected[0]), abs(tip[1] - expected[1]))
+            print('%s: arrow tip at (%.1f, %d), icon lower edge centre at (%.1f, %d)'
+                  % (name, tip[0], tip[1], expected[0], expected[1]))
+            if distance > TIP_TOLERANCE:
+                raise CheckFailed('the %s arrow tip is %.1f px from its icon' % (name, distance))
+            screen.press_key(KEY_ESC)
+            screen.wait_for('the %s popover closing on Escape' % name,
+                            lambda s: no_arrow(s, rect), '%s-escape.png' % name)
+            screen.click(x + w // 2, y + h // 2)
+            screen.wait_for('the %s popover opening again' % name,
+                            lambda s: arrow_tip(s, rect), '%s-reopened.png' % name)
+            screen.click(*away)
+            screen.wait_for('the %s popover closing on a press in the window' % name,
+                            lambda s: no_arrow(s, rect), '%s-pressed-away.png' % name)
+            print('%s: closes on Escape, opens again, closes on a press in the window' % name)
+    finally:
+        harness.stop()
+
+
+def check_drop(screen, harness_path, source_path):
+    harness = Client([harness_path, 'drop'])
+    source = None
+    try:
+        ready = harness.expect(r'^ready drop (\d+) (\d+) (\d+) (\d+)$', 30)
+        area = [int(n) for n in ready.groups()]
+        with tempfile.NamedTemporaryFile(suffix='.png', dir=screen.artifacts,
+                                         delete=False) as dropped:
+            dropped.write(b'\x89PNG\r\n\x1a\n')
+        source = Client([source_path, dropped.name])
+        where = screen.wait_for('the drag source', magenta_square, 'drop-source.png', 20)
+        sx, sy, sw, sh = where
+        # A point of the drop area outside the source's window.
+        tx = area[0] + 80 if sx > area[0] + 300 else area[0] + area[2] - 80
+        ty = area[1] + area[3] // 2
+        remote = screen.remote
+        remote.move(sx + sw // 2, sy + sh // 2)
+        remote.button(True)
+        steps = 12
+        for i in range(1, steps + 1):
+            remote.move(sx + sw // 2 + (tx - sx - sw // 2) * i / steps,
+                        sy + sh // 2 + (ty - sy - sh // 2) * i / steps)
+            time.sleep(0.03)  # pacing, as a hand would move
+        remote.button(False)
+        got = harness.expect(r'^drop (.*)$', 15).group(1)
+        want = 'file://' + dropped.name
+        if got != want:
+            raise CheckFailed('the drop area got %r, not %r' % (got, want))
+        action = source.expect(r'^dragged (\w+)$', 15).group(1)
+        if action != 'copy':
+            raise CheckFailed('the source saw the drag end with %r' % action)
+        print('drop: %s reached the drop area (copy)' % got)
+    finally:
+        if source:
+            source.stop()
+        harness.stop()
+
+
+def magenta_square(shot):
+    xs, ys = [], []
+    for y in range(0, shot.height, 4):
+        for x in range(0, shot.width, 4):
+            if near(shot.pixel(x, y), (255, 0, 255), 8):
+                xs.append(x)
+                ys.append(y)
+    if len(xs) < 100:
+        return None
+    return (min(xs), min(ys), max(xs) - min(xs), max(ys) - min(ys))
+
+
+def check_app_id(app_path):
+    env = dict(os.environ)
+    # As when started from a terminal that knows only the displays: Qt alone would choose xcb.
+    for name in ('QT_QPA_PLATFORM', 'XDG_SESSION_TYPE'):
+        env.pop(name, None)
+    env['DISPLAY'] = ':93'  # no X server there
+    env['WAYLAND_DEBUG'] = 'client'
+    app = Client([app_path], env=env, stream='stderr')
+    try:
+        app.expect(r'xdg_toplevel@\d+\.set_app_id\("com\.orventa\.companion"\)', 30)
+        print('app-id: a native Wayland window with app_id com.orventa.companion')
+    finally:
+        app.stop()
+
+
+def main(argv):
+    if len(argv) < 4:
+        print(__doc__, file=sys.stderr)
+        return 2
+    desktop, artifacts, check = argv[1:4]
+    os.makedirs(artifacts, exist_ok=True)
+    try:
+        if check == 'app-id':
+            check_app_id(argv[4])
+            return 0
+        remote = wayland_remote.remote_for(desktop)
+        remote.start()
+        screen = Screen(remote, artifacts)
+        screen.remote_height = screen.shot('desktop.png').height
+        if check == 'popovers':
+            check_popovers(screen, argv[4])
+        elif check == 'drop':
+            check_drop(screen, argv[4], argv[5])
+        else:
+            print(__doc__, file=sys.stderr)
+            return 2
+    except (CheckFailed, RuntimeError, subprocess.SubprocessError) as error:
+        print('FAIL: %s' % error, file=sys.stderr)
+        return 1
+    print('PASS')
+    return 0
+
+
+if __name__ == '__main__':
+    sys.exit(main(sys.argv))
