@@ -2,13 +2,16 @@
 desktop and screen cast services: mutter's org.gnome.Mutter.RemoteDesktop / ScreenCast, or the
 xdg-desktop-portal RemoteDesktop and ScreenCast portals (KDE grants them without a dialog).
 
-Both classes offer start(), move(x, y), button(pressed), key(evdev_code, pressed),
-screenshot(path) (a PNG of the monitor from the PipeWire stream, through gst-launch-1.0, with
-its raw pixels beside it for read_rgb).
-Coordinates are the monitor's logical pixels."""
+Both classes offer start(), move(x, y), button(pressed), key(evdev_code, pressed), and the
+monitor's PipeWire stream (node, pipewire_fd) for FrameRecorder. Coordinates are the monitor's
+logical pixels."""
 import os
+import re
+import struct
 import subprocess
+import threading
 import time
+import zlib
 
 import gi
 
@@ -27,21 +30,6 @@ def _pump_until(condition, seconds, what):
         if time.monotonic() > deadline:
             raise RuntimeError('timed out waiting for ' + what)
         ctx.iteration(False) or time.sleep(0.005)
-
-
-def _grab(node, out, fd=None):
-    """One frame of the stream: OUT (PNG) and OUT.rgb (its pixels, rows of RGB triples)."""
-    source = ['pipewiresrc', 'path=%d' % node, 'num-buffers=1']
-    pass_fds = ()
-    if fd is not None:
-        source.append('fd=%d' % fd)
-        pass_fds = (fd,)
-    subprocess.run(['gst-launch-1.0', '-q'] + source
-                   + ['!', 'videoconvert', '!', 'video/x-raw,format=RGB', '!', 'tee', 'name=t',
-                      '!', 'queue', '!', 'filesink', 'location=' + out + '.rgb',
-                      't.', '!', 'queue', '!', 'pngenc', 'compression-level=1', '!', 'filesink',
-                      'location=' + out],
-                   check=True, timeout=30, pass_fds=pass_fds)
 
 
 class _Bus:
@@ -75,6 +63,7 @@ class MutterRemote(_Bus):
         self.stream = self.call(self.SC, cast, self.SC + '.Session', 'RecordMonitor',
                                 GLib.Variant('(sa{sv})', ('', {})), '(o)')[0]
         self.node = None
+        self.pipewire_fd = None
 
         def added(_conn, _sender, _path, _iface, _signal, params):
             self.node = params[0]
@@ -100,9 +89,6 @@ class MutterRemote(_Bus):
 
     def key(self, code, pressed):
         self._session('NotifyKeyboardKeycode', GLib.Variant('(ub)', (code, pressed)))
-
-    def screenshot(self, out):
-        _grab(self.node, out)
 
 
 class PortalRemote(_Bus):
@@ -171,25 +157,74 @@ class PortalRemote(_Bus):
     def key(self, code, pressed):
         self._notify('NotifyKeyboardKeycode', 'iu', code, 1 if pressed else 0)
 
-    def screenshot(self, out):
-        _grab(self.node, out, self.pipewire_fd)
-
 
 def remote_for(desktop):
     return {'mutter': MutterRemote, 'portal': PortalRemote}[desktop]()
 
 
-def read_rgb(png):
-    """The pixels of a screenshot as (width, height, bytes of RGB triples, row by row)."""
-    with open(png, 'rb') as f:
-        header = f.read(24)
-    width, height = int.from_bytes(header[16:20], 'big'), int.from_bytes(header[20:24], 'big')
-    with open(png + '.rgb', 'rb') as f:
-        raw = f.read()
-    os.unlink(png + '.rgb')
-    stride = (width * 3 + 3) & ~3  # GStreamer rows start on 4-byte boundaries
-    if len(raw) != stride * height:
-        raise RuntimeError('unexpected pixel data for ' + os.path.basename(png))
-    if stride == width * 3:
-        return width, height, raw
-    return width, height, b''.join(raw[r * stride:r * stride + width * 3] for r in range(height))
+class FrameRecorder:
+    """Records the remote's screen cast stream with gst-launch-1.0, keeping the newest frames as
+    raw RGB files. Compositors send a frame when the screen changes (kwin sends none before), so
+    the newest frame is what the screen shows now."""
+
+    def __init__(self, remote, directory):
+        self.directory = directory
+        self.size = None
+        source = ['pipewiresrc', 'path=%d' % remote.node, 'always-copy=true']
+        pass_fds = ()
+        if remote.pipewire_fd is not None:
+            source.append('fd=%d' % remote.pipewire_fd)
+            pass_fds = (remote.pipewire_fd,)
+        self.process = subprocess.Popen(
+            ['gst-launch-1.0', '-v'] + source
+            + ['!', 'videoconvert', '!', 'video/x-raw,format=RGB', '!', 'multifilesink',
+               'location=' + os.path.join(directory, 'frame-%06d.rgb'), 'max-files=4',
+               'sync=false'],
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, pass_fds=pass_fds)
+        threading.Thread(target=self._read_caps, daemon=True).start()
+
+    def _read_caps(self):
+        for line in self.process.stdout:
+            if 'format=(string)RGB' not in line or self.size is not None:
+                continue
+            width = re.search(r'width=\(int\)(\d+)', line)
+            height = re.search(r'height=\(int\)(\d+)', line)
+            if width and height:
+                self.size = (int(width.group(1)), int(height.group(1)))
+
+    def latest(self):
+        """(width, height, RGB bytes row by row) of the newest whole frame, or None."""
+        if self.size is None:
+            return None
+        width, height = self.size
+        stride = (width * 3 + 3) & ~3  # GStreamer rows start on 4-byte boundaries
+        for name in sorted(os.listdir(self.directory), reverse=True):
+            if not name.startswith('frame-'):
+                continue
+            try:
+                with open(os.path.join(self.directory, name), 'rb') as f:
+                    raw = f.read()
+            except FileNotFoundError:  # rotated away while listed
+                continue
+            if len(raw) != stride * height:  # still being written
+                continue
+            if stride != width * 3:
+                raw = b''.join(raw[r * stride:r * stride + width * 3] for r in range(height))
+            return width, height, raw
+        return None
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait()
+
+
+def write_png(path, width, height, rgb):
+    """Writes RGB rows as an 8-bit PNG."""
+    def chunk(kind, data):
+        body = kind + data
+        return struct.pack('>I', len(data)) + body + struct.pack('>I', zlib.crc32(body))
+    rows = b''.join(b'\0' + rgb[y * width * 3:(y + 1) * width * 3] for y in range(height))
+    with open(path, 'wb') as f:
+        f.write(b'\x89PNG\r\n\x1a\n'
+                + chunk(b'IHDR', struct.pack('>IIBBBBB', width, height, 8, 2, 0, 0, 0))
+                + chunk(b'IDAT', zlib.compress(rows, 1)) + chunk(b'IEND', b''))

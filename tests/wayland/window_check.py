@@ -14,10 +14,11 @@ compositor's screen cast shows and what input posted through the compositor does
 
 DESKTOP is "mutter" (mutter's own RemoteDesktop and ScreenCast) or "portal" (the portals, as on
 KDE). Run it inside tests/support/with-mutter --wireplumber or tests/support/with-kwin.
-Screenshots go to ARTIFACTS. Exit status 0 when every check passed."""
+The frames the checks decided on are saved as PNG files in ARTIFACTS. Exit status 0 when every check passed."""
 import os
 import queue
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -76,38 +77,48 @@ class Client:
 
 
 class Shot:
-    def __init__(self, path):
-        self.path = path
-        self.width, self.height, self.data = wayland_remote.read_rgb(path)
+    def __init__(self, frame):
+        self.width, self.height, self.data = frame
 
     def pixel(self, x, y):
         i = (y * self.width + x) * 3
         return tuple(self.data[i:i + 3])
 
+    def save(self, path):
+        wayland_remote.write_png(path, self.width, self.height, self.data)
+
 
 class Screen:
+    """What the compositor's screen cast shows, and input posted through the compositor."""
+
     def __init__(self, remote, artifacts):
         self.remote = remote
         self.artifacts = artifacts
-        self.count = 0
+        self.frames = tempfile.mkdtemp(prefix='orventa-frames.')
+        self.recorder = wayland_remote.FrameRecorder(remote, self.frames)
 
-    def shot(self, name=None):
-        self.count += 1
-        path = os.path.join(self.artifacts, name or 'shot-%03d.png' % self.count)
-        self.remote.screenshot(path)
-        return Shot(path)
+    def close(self):
+        self.recorder.stop()
+        shutil.rmtree(self.frames, ignore_errors=True)
 
     def wait_for(self, what, found, name, seconds=15):
-        """Takes screenshots until found(shot) gives a value; keeps the last one as NAME."""
+        """Looks at the newest frames until found(shot) gives a value; saves the last as NAME."""
         deadline = time.monotonic() + seconds
+        shot = None
         while True:
-            shot = self.shot(name)
-            value = found(shot)
-            if value is not None:
-                return value
+            frame = self.recorder.latest()
+            if frame is not None:
+                shot = Shot(frame)
+                value = found(shot)
+                if value is not None:
+                    shot.save(os.path.join(self.artifacts, name))
+                    return value
             if time.monotonic() > deadline:
-                raise CheckFailed('%s: not seen within %g s (last screenshot %s)'
-                                  % (what, seconds, shot.path))
+                if shot:
+                    shot.save(os.path.join(self.artifacts, name))
+                raise CheckFailed('%s: not seen within %g s (last frame: %s)'
+                                  % (what, seconds, name if shot else 'none'))
+            time.sleep(0.05)
 
     def click(self, x, y):
         self.remote.move(x, y)
@@ -165,7 +176,7 @@ def check_popovers(screen, harness_path):
             screen.wait_for('the %s icon at %s' % (name, rect), lambda s: icon_seen(s, rect),
                             'dashboard.png', 20)
         # A spot of the window away from every control.
-        away = (icons['list'][0] // 4, screen.remote_height * 3 // 4)
+        away = (icons['list'][0] // 4, icons['list'][1] + 600)
         for name, rect in icons.items():
             x, y, w, h = rect
             expected = (x + w / 2, y + h)
@@ -270,14 +281,16 @@ def main(argv):
         remote = wayland_remote.remote_for(desktop)
         remote.start()
         screen = Screen(remote, artifacts)
-        screen.remote_height = screen.shot('desktop.png').height
-        if check == 'popovers':
-            check_popovers(screen, argv[4])
-        elif check == 'drop':
-            check_drop(screen, argv[4], argv[5])
-        else:
-            print(__doc__, file=sys.stderr)
-            return 2
+        try:
+            if check == 'popovers':
+                check_popovers(screen, argv[4])
+            elif check == 'drop':
+                check_drop(screen, argv[4], argv[5])
+            else:
+                print(__doc__, file=sys.stderr)
+                return 2
+        finally:
+            screen.close()
     except (CheckFailed, RuntimeError, subprocess.SubprocessError) as error:
         print('FAIL: %s' % error, file=sys.stderr)
         return 1
