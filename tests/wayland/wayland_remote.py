@@ -159,22 +159,28 @@ class PortalRemote(_Bus):
 
 
 def remote_for(desktop):
-    return {'mutter': MutterRemote, 'portal': PortalRemote}[desktop]()
+    """mutter: its own services; kwin: the portals (KDE grants them without a dialog)."""
+    return {'mutter': MutterRemote, 'kwin': PortalRemote}[desktop]()
 
 
 class FrameRecorder:
-    """Records the remote's screen cast stream with gst-launch-1.0, keeping the newest frames as
-    raw RGB files. Compositors send a frame when the screen changes (kwin sends none before), so
-    the newest frame is what the screen shows now."""
+    """Records a screen with gst-launch-1.0, keeping the newest frames as raw RGB files, so that
+    the newest frame is what the screen shows now. Sources: the remote's screen cast stream
+    (compositors send a frame when the screen changes), or an X display sampled ten times a
+    second (kwin drawing into a window at the origin of an Xvfb screen)."""
 
-    def __init__(self, remote, directory):
+    def __init__(self, directory, remote=None, x11_display=None):
         self.directory = directory
         self.size = None
-        source = ['pipewiresrc', 'path=%d' % remote.node, 'always-copy=true']
         pass_fds = ()
-        if remote.pipewire_fd is not None:
-            source.append('fd=%d' % remote.pipewire_fd)
-            pass_fds = (remote.pipewire_fd,)
+        if x11_display:
+            source = ['ximagesrc', 'display-name=' + x11_display, 'use-damage=false',
+                      'show-pointer=false', '!', 'video/x-raw,framerate=10/1']
+        else:
+            source = ['pipewiresrc', 'path=%d' % remote.node, 'always-copy=true']
+            if remote.pipewire_fd is not None:
+                source.append('fd=%d' % remote.pipewire_fd)
+                pass_fds = (remote.pipewire_fd,)
         self.process = subprocess.Popen(
             ['gst-launch-1.0', '-v'] + source
             + ['!', 'videoconvert', '!', 'video/x-raw,format=RGB', '!', 'multifilesink',

@@ -12,8 +12,9 @@ compositor's screen cast shows and what input posted through the compositor does
       com.orventa.companion, even with a working X display beside it (run it under
       tests/support/with-xvfb too) and no session type or Qt platform named
 
-DESKTOP is "mutter" (mutter's own RemoteDesktop and ScreenCast) or "portal" (the portals, as on
-KDE). Run it inside tests/support/with-mutter --wireplumber or tests/support/with-kwin.
+DESKTOP is "mutter" (input through mutter's own RemoteDesktop, screen from its ScreenCast; run it
+inside tests/support/with-mutter --wireplumber) or "kwin" (input through the RemoteDesktop portal,
+screen from kwin's window in Xvfb; run it inside tests/support/with-kwin --windowed).
 The frames the checks decided on are saved as PNG files in ARTIFACTS. Exit status 0 when every check passed."""
 import os
 import queue
@@ -95,7 +96,9 @@ class Screen:
         self.remote = remote
         self.artifacts = artifacts
         self.frames = tempfile.mkdtemp(prefix='orventa-frames.')
-        self.recorder = wayland_remote.FrameRecorder(remote, self.frames)
+        # kwin's screen cast is black without a GPU: there its window in Xvfb is read instead.
+        self.recorder = wayland_remote.FrameRecorder(
+            self.frames, remote, os.environ.get('ORVENTA_KWIN_X11_DISPLAY'))
 
     def close(self):
         self.recorder.stop()
