@@ -44,10 +44,13 @@ int main(int argc, char** argv)
     }
     preferWayland();
     QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("orventa-companion"));
+    // One application id names the installed .desktop file, the metainfo and the icon. On X11
+    // the application name becomes the window's WM_CLASS class, on Wayland the desktop file
+    // name becomes the app id: either way launchers group the window under our icon.
+    const QString applicationId = QStringLiteral("com.orventa.companion");
+    QApplication::setApplicationName(applicationId);
     QApplication::setApplicationDisplayName(QStringLiteral("ORVENTA Companion"));
-    // Names the installed .desktop file, so that docks and task switchers show our name and icon.
-    QGuiApplication::setDesktopFileName(QStringLiteral("com.orventa.companion"));
+    QGuiApplication::setDesktopFileName(applicationId);
     Fonts::loadApplicationFonts();
     MainStoryboard::registerControllers();
     Backends::installServiceBrowser();
