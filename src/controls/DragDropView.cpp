@@ -64,17 +64,17 @@ bool DragDropView::offersType(const QMimeData* data, const QString& type)
     return data->hasFormat(type);
 }
 
-QByteArray DragDropView::dataForType(const QMimeData* data, const QString& type)
+std::optional<QByteArray> DragDropView::dataForType(const QMimeData* data, const QString& type)
 {
     if (!offersType(data, type))
-        return {};
+        return std::nullopt;
     if (type == UrlType || type == FileUrlType) {
         const bool wantFile = type == FileUrlType;
         for (const QUrl& url : data->urls()) {
             if (url.isLocalFile() == wantFile)
                 return url.toEncoded();
         }
-        return {};
+        return std::nullopt;
     }
     return data->data(type);
 }
@@ -99,9 +99,9 @@ bool DragDropView::performDragOperation(const QMimeData* data)
             break;
         }
     }
-    const QByteArray bytes
-        = firstOffered.isEmpty() ? QByteArray() : dataForType(data, firstOffered);
-    if (bytes.isEmpty()) {
+    const std::optional<QByteArray> bytes
+        = firstOffered.isEmpty() ? std::nullopt : dataForType(data, firstOffered);
+    if (!bytes) {
         // "past" is the word the user sees.
         Alerts::run(
             QStringLiteral("Paste Error"), QStringLiteral("Sorry, but the past operation failed"));
@@ -110,7 +110,7 @@ bool DragDropView::performDragOperation(const QMimeData* data)
     if (offersType(data, PngType)) {
         qCInfo(lcControls, "PNG image");
         // The image is made and dropped at once; a PNG drag uploads nothing.
-        Q_UNUSED(QImage::fromData(bytes, "PNG"));
+        Q_UNUSED(QImage::fromData(*bytes, "PNG"));
         return true;
     }
     if (offersType(data, FileUrlType)) {

@@ -5,6 +5,8 @@
 #include <QPointer>
 #include <QStringList>
 
+#include <optional>
+
 class DragDropViewDelegate;
 class QMimeData;
 class QUrl;
@@ -42,7 +44,8 @@ public:
 
     // Does the drag's data offer this dragged type, and what are its bytes for it?
     static bool offersType(const QMimeData* data, const QString& type);
-    static QByteArray dataForType(const QMimeData* data, const QString& type);
+    // The data offered for type; nothing when it is absent (empty data is still data).
+    static std::optional<QByteArray> dataForType(const QMimeData* data, const QString& type);
     // The first local-file URL of the drag (empty when there is none).
     static QUrl fileUrlFromData(const QMimeData* data);
 

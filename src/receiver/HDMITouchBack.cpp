@@ -2,6 +2,7 @@
 
 #include "platform/FatalError.h"
 #include "platform/StdoutLine.h"
+#include "receiver/BoundedReply.h"
 #include "receiver/Describe.h"
 #include "receiver/LocalAddress.h"
 #include "receiver/ReceiverSession.h"
@@ -49,9 +50,10 @@ void HDMITouchBack::enableHDMITouchback(
 
     QNetworkRequest request = ReceiverSession::jsonRequest(*url);
     QNetworkReply* reply = ReceiverSession::shared()->get(request);
-    QObject::connect(reply, &QNetworkReply::finished, reply, [reply] {
-        reply->deleteLater();
-        if (!ReceiverSession::isTransportFailure(reply))
-            StdoutLine::print(Describe::optionalResponse(reply));
-    });
+    // The body is not looked at, but it is still read only up to its cap.
+    BoundedReply::read(
+        reply, [](QNetworkReply* finished, std::optional<int> status, const QByteArray&) {
+            if (status)
+                StdoutLine::print(Describe::optionalResponse(finished));
+        });
 }

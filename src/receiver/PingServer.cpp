@@ -2,6 +2,7 @@
 
 #include "platform/FatalError.h"
 #include "platform/StdoutLine.h"
+#include "receiver/BoundedReply.h"
 #include "receiver/Describe.h"
 #include "receiver/LocalAddress.h"
 #include "receiver/ReceiverSession.h"
@@ -12,13 +13,15 @@
 
 namespace {
 
-// Reads a finished heartbeat reply; returns false when the handler is not to be called.
-bool readAnswer(QNetworkReply* reply, bool& success, QString& message)
+// Reads a finished heartbeat reply (its body within the cap); returns false when the handler is
+// not to be called.
+bool readAnswer(const QNetworkReply* reply, std::optional<int> answered, const QByteArray& body,
+    bool& success, QString& message)
 {
-    if (ReceiverSession::isTransportFailure(reply))
+    if (!answered)
         return false;
     StdoutLine::print(Describe::optionalResponse(reply));
-    const int status = *ReceiverSession::httpStatus(reply);
+    const int status = *answered;
     StdoutLine::print(QStringLiteral("statusCode: %1").arg(status));
     if (status != 200) {
         StdoutLine::print("Ping failed2..");
@@ -27,7 +30,7 @@ bool readAnswer(QNetworkReply* reply, bool& success, QString& message)
     }
     success = true;
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder.decode(reply->readAll());
+    const QString text = decoder.decode(body);
     if (decoder.hasError()) {
         StdoutLine::print(
             QStringLiteral("Ping succeeded..") + Describe::optionalText(std::nullopt));
@@ -72,11 +75,12 @@ void PingServer::pingServerHeartbeat(
     QNetworkRequest request = ReceiverSession::jsonRequest(*url);
     QNetworkReply* reply = ReceiverSession::shared()->get(request);
     // The reply holds the handler; this object may be gone by the time it finishes.
-    QObject::connect(reply, &QNetworkReply::finished, reply, [reply, handler = std::move(handler)] {
-        reply->deleteLater();
-        bool success = false;
-        QString message;
-        if (readAnswer(reply, success, message))
-            handler(success, message);
-    });
+    BoundedReply::read(reply,
+        [handler = std::move(handler)](
+            QNetworkReply* finished, std::optional<int> status, const QByteArray& body) {
+            bool success = false;
+            QString message;
+            if (readAnswer(finished, status, body, success, message))
+                handler(success, message);
+        });
 }

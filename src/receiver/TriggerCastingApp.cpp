@@ -2,6 +2,7 @@
 
 #include "platform/FatalError.h"
 #include "platform/StdoutLine.h"
+#include "receiver/BoundedReply.h"
 #include "receiver/Describe.h"
 #include "receiver/ReceiverSession.h"
 
@@ -9,11 +10,11 @@
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QPointer>
 
-TriggerCastingApp::TriggerCastingApp(QObject* parent)
-    : QObject(parent)
-{ }
+std::shared_ptr<TriggerCastingApp> TriggerCastingApp::create()
+{
+    return std::shared_ptr<TriggerCastingApp>(new TriggerCastingApp);
+}
 
 void TriggerCastingApp::triggerCastService(const std::optional<QString>& selectedDeviceIP)
 {
@@ -32,17 +33,15 @@ void TriggerCastingApp::triggerCastService(const std::optional<QString>& selecte
     StdoutLine::print(Describe::optional(Describe::bytes(body.size())));
 
     QNetworkReply* reply = ReceiverSession::shared()->post(request, body);
-    // A QObject cannot be kept alive by its reply; if the owner drops it first, the answer is
-    // only printed.
-    QObject::connect(reply, &QNetworkReply::finished, reply, [reply, self = QPointer(this)] {
-        reply->deleteLater();
-        if (ReceiverSession::isTransportFailure(reply))
-            return;
-        StdoutLine::print(Describe::optionalResponse(reply));
-        if (!self)
-            return;
-        // Invalid sequences become U+FFFD; the status code is not looked at.
-        self->m_obtainedDeviceIP = QString::fromUtf8(reply->readAll());
-        emit self->obtainedDeviceIPChanged();
-    });
+    // The completion holds the object until it has run.
+    BoundedReply::read(reply,
+        [self = shared_from_this()](
+            QNetworkReply* finished, std::optional<int> status, const QByteArray& answer) {
+            if (!status)
+                return;
+            StdoutLine::print(Describe::optionalResponse(finished));
+            // Invalid sequences become U+FFFD; the status code is not looked at.
+            self->m_obtainedDeviceIP = QString::fromUtf8(answer);
+            emit self->obtainedDeviceIPChanged();
+        });
 }

@@ -3,15 +3,18 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
 #include <optional>
 
 // Asks a receiver to start its casting application: POST {"key":"ACTION_CAST"} to /ws on port
 // 5000. The address is kept and replaced by the receiver's answer text when one arrives.
-class TriggerCastingApp : public QObject
+// Made through create(): a request in flight keeps its object alive until its completion has
+// run, so the answer is stored even when the caller lets the object go at once.
+class TriggerCastingApp : public QObject, public std::enable_shared_from_this<TriggerCastingApp>
 {
     Q_OBJECT
 public:
-    explicit TriggerCastingApp(QObject* parent = nullptr);
+    static std::shared_ptr<TriggerCastingApp> create();
 
     void triggerCastService(const std::optional<QString>& selectedDeviceIP);
     std::optional<QString> obtainedDeviceIP() const { return m_obtainedDeviceIP; }
@@ -21,5 +24,7 @@ signals:
     void obtainedDeviceIPChanged();
 
 private:
+    TriggerCastingApp() = default;
+
     std::optional<QString> m_obtainedDeviceIP;
 };

@@ -122,7 +122,7 @@ private slots:
     void pdfIsLoggedOnly();
     void urlIsLoggedOnly();
     void pngWinsOverFileUrl();
-    void emptyDataShowsPasteError();
+    void emptyDataIsDataAndOnlyAbsentDataShowsPasteError();
     void noDelegateStillTakesTheDrop();
     void destroyedDelegateIsNotCalled();
 };
@@ -287,30 +287,38 @@ void TestDragDropView::pngWinsOverFileUrl()
     QCOMPARE(log.messages(ControlsCategory), (QStringList {"PNG image", "draggingEnded"}));
 }
 
-void TestDragDropView::emptyDataShowsPasteError()
+void TestDragDropView::emptyDataIsDataAndOnlyAbsentDataShowsPasteError()
 {
     DropWindow w;
     RecordingDelegate delegate;
     w.view->init()->setDelegate(&delegate);
     AlertRecorder alerts;
     LogCapture log;
+    // Offered but without bytes: that is data (empty), so the PNG case takes it.
     QMimeData data;
-    data.setData(QStringLiteral("image/png"), QByteArray()); // offered, but without bytes
+    data.setData(QStringLiteral("image/png"), QByteArray());
     data.setUrls({QUrl::fromLocalFile(QStringLiteral("/home/user/shot.png"))});
     QVERIFY(data.hasFormat(QStringLiteral("image/png")));
-    QVERIFY(!w.dragAndDrop(&data));
-    QCOMPARE(alerts.alerts(),
-        (QList<AlertRecorder::Alert> {{QStringLiteral("Paste Error"),
-            QStringLiteral("Sorry, but the past operation failed")}}));
+    QVERIFY(w.dragAndDrop(&data));
+    QVERIFY(alerts.alerts().isEmpty());
     QVERIFY(delegate.urls.isEmpty());
-    QCOMPARE(log.messages(ControlsCategory), QStringList {"draggingEnded"});
+    QCOMPARE(log.messages(ControlsCategory), (QStringList {"PNG image", "draggingEnded"}));
 
-    // Asked directly with nothing it knows, the view answers the same way.
-    alerts.clear();
+    // An empty PDF likewise.
+    log.clear();
+    QMimeData pdf;
+    pdf.setData(QStringLiteral("application/pdf"), QByteArray());
+    QVERIFY(w.view->performDragOperation(&pdf));
+    QCOMPARE(log.messages(ControlsCategory), QStringList {"PDF"});
+    QVERIFY(alerts.alerts().isEmpty());
+
+    // Nothing it knows is offered: no data at all, the "Paste Error" alert.
     QMimeData text;
     text.setText(QStringLiteral("plain"));
     QVERIFY(!w.view->performDragOperation(&text));
-    QCOMPARE(alerts.alerts().size(), 1);
+    QCOMPARE(alerts.alerts(),
+        (QList<AlertRecorder::Alert> {{QStringLiteral("Paste Error"),
+            QStringLiteral("Sorry, but the past operation failed")}}));
 }
 
 void TestDragDropView::noDelegateStillTakesTheDrop()

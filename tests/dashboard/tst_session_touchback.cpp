@@ -8,6 +8,10 @@
 #include "platform/Alerts.h"
 #include "receiver/HDMITouchBack.h"
 
+#include "app/ZentrixSettingsViewController.h"
+
+#include <QComboBox>
+
 #include <QPointer>
 #include <QUdpSocket>
 
@@ -267,6 +271,51 @@ private Q_SLOTS:
         }));
         QVERIFY(!lines.contains(QStringLiteral("Socket Ready")));
         QVERIFY(d().pingTimer()); // the heartbeat runs all the same
+        QVERIFY(m_alerts->alerts().isEmpty());
+    }
+
+    void settingsChoicesLeaveARunningSessionAlone()
+    {
+        DashboardViewController::setPingIntervalForTesting(200ms);
+        const auto restore
+            = qScopeGuard([] { DashboardViewController::setPingIntervalForTesting(0ms); });
+        startSwitchTouchback();
+        const QString ping = QStringLiteral("/pingServerWithIP?ip=%1&msg=ping").arg(kLocalIp);
+        const auto pings = [&] { return requestsTo(*m_sim, QStringLiteral("/pingServerWithIP")); };
+        QTRY_VERIFY(!pings().isEmpty());
+        QVERIFY(m_sim->command("touch MOVE 1000 2000 1").startsWith("sent"));
+        QTRY_COMPARE(m_poster.mouseEvents().size(), 1);
+        QUdpSocket* socket = d().sendUdpSocket();
+        QTimer* timer = d().pingTimer();
+        const int enables = enableRequests();
+        const qsizetype requestsBefore = m_sim->requests().size();
+
+        // The user changes both choices from the keyboard while the session runs.
+        d().settingsIconClicked();
+        ZentrixSettingsViewController* settings = d().settingsController();
+        QVERIFY(settings);
+        settings->fpsButton()->setFocus();
+        QTest::keyClick(settings->fpsButton(), Qt::Key_Down);
+        settings->sessionPresentButton()->setFocus();
+        QTest::keyClick(settings->sessionPresentButton(), Qt::Key_Down);
+        QCOMPARE(settings->fpsButton()->currentText(), QStringLiteral("25"));
+        QCOMPARE(settings->sessionPresentButton()->currentText(), QStringLiteral("720P"));
+
+        // The heartbeat goes on exactly as before, and nothing else reaches the receiver.
+        const qsizetype pingsAtChange = pings().size();
+        QTRY_VERIFY(pings().size() >= pingsAtChange + 3);
+        for (const QJsonObject& request : m_sim->requests().mid(requestsBefore))
+            QCOMPARE(request.value(QStringLiteral("target")).toString(), ping);
+        QCOMPARE(enableRequests(), enables);
+        // Touches still land where they did, through the same socket and timer.
+        QVERIFY(m_sim->command("touch MOVE 1000 2000 2").startsWith("sent"));
+        QTRY_COMPARE(m_poster.mouseEvents().size(), 2);
+        QCOMPARE(m_poster.mouseEvents().at(1).kind, MouseEventKind::LeftDragged);
+        QCOMPARE(m_poster.mouseEvents().at(1).point, m_poster.mouseEvents().at(0).point);
+        QCOMPARE(m_poster.mouseEvents().at(1).point, screenPoint(1000, 2000));
+        QCOMPARE(d().sendUdpSocket(), socket);
+        QCOMPARE(d().pingTimer(), timer);
+        QVERIFY(d().isTouchBackEnabled());
         QVERIFY(m_alerts->alerts().isEmpty());
     }
 };

@@ -226,13 +226,22 @@ private slots:
         clock->setMilliseconds(1700000000000);
         simulate->mouseUp(QPointF(10, 10), 0);
         out->clear();
+        poster->clear();
         clock->setMilliseconds(1700000000000 + elapsed);
         simulate->mouseUp(QPointF(10, 10), 0);
-        if (doubleClick)
+        const QPointF p(10, 10);
+        if (doubleClick) {
             QCOMPARE(out->lines(),
                 (QByteArrayList {"::: Double Click distance 0.0", "::: Double Click"}));
-        else
+            const Entries expected {mouseEntry(Kind::LeftDown, p, 1),
+                mouseEntry(Kind::LeftUp, p, 1), sleepEntry(1000), mouseEntry(Kind::LeftDown, p, 2),
+                mouseEntry(Kind::LeftUp, p, 2)};
+            COMPARE_ENTRIES(poster->entries(), expected);
+        } else {
             QCOMPARE(out->lines(), QByteArrayList {"::: Mouse Up 1"});
+            // A plain up: one left-up at the point, with no click count of its own.
+            COMPARE_ENTRIES(poster->entries(), Entries {mouseEntry(Kind::LeftUp, p)});
+        }
     }
 
     void distanceLimitIsInclusiveInSinglePrecision_data()

@@ -64,7 +64,7 @@ int main(int argc, char** argv)
     } else if (mode == QLatin1String("touchback-nil")) {
         HDMITouchBack().enableHDMITouchback(true, false, std::nullopt);
     } else if (mode == QLatin1String("cast-nil")) {
-        TriggerCastingApp().triggerCastService(std::nullopt);
+        TriggerCastingApp::create()->triggerCastService(std::nullopt);
     } else if (mode == QLatin1String("upload-nil-ip")) {
         upload(QStringLiteral("image/png"), data, QStringLiteral("a.png"), std::nullopt);
     } else if (mode == QLatin1String("upload-nil-data")) {

@@ -331,14 +331,14 @@ private slots:
         raw.setAnswer(200, "127.0.0.99");
         QVERIFY(raw.listenOn(QStringLiteral("127.0.0.30"), 5000));
         StdoutCapture out;
-        TriggerCastingApp cast;
-        QVERIFY(!cast.obtainedDeviceIP());
-        QSignalSpy stored(&cast, &TriggerCastingApp::obtainedDeviceIPChanged);
-        cast.triggerCastService(QStringLiteral("127.0.0.30"));
-        QCOMPARE(cast.obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0.30")));
+        auto cast = TriggerCastingApp::create();
+        QVERIFY(!cast->obtainedDeviceIP());
+        QSignalSpy stored(cast.get(), &TriggerCastingApp::obtainedDeviceIPChanged);
+        cast->triggerCastService(QStringLiteral("127.0.0.30"));
+        QCOMPARE(cast->obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0.30")));
         QCOMPARE(out.lines().value(0), QByteArray("Optional(21 bytes)"));
         QVERIFY(stored.wait(5000));
-        QCOMPARE(cast.obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0.99")));
+        QCOMPARE(cast->obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0.99")));
         const QByteArray request = raw.requests().value(0);
         QVERIFY2(request.startsWith("POST /ws HTTP/1.1\r\n"), request);
         QCOMPARE(RawCaptureServer::body(request), QByteArray("{\"key\":\"ACTION_CAST\"}"));
@@ -365,11 +365,11 @@ private slots:
         SimProcess sim(QStringLiteral("127.0.0.31"));
         QVERIFY(sim.isReady());
         QVERIFY(sim.command(command).startsWith("ok"));
-        TriggerCastingApp cast;
-        QSignalSpy changed(&cast, &TriggerCastingApp::obtainedDeviceIPChanged);
-        cast.triggerCastService(QStringLiteral("127.0.0.31"));
+        auto cast = TriggerCastingApp::create();
+        QSignalSpy changed(cast.get(), &TriggerCastingApp::obtainedDeviceIPChanged);
+        cast->triggerCastService(QStringLiteral("127.0.0.31"));
         QVERIFY(changed.wait(5000));
-        QCOMPARE(cast.obtainedDeviceIP(), std::optional(stored));
+        QCOMPARE(cast->obtainedDeviceIP(), std::optional(stored));
         const auto requests = sim.requests();
         QCOMPARE(requests.value(0)["target"].toString(), QStringLiteral("/ws"));
         QCOMPARE(requests.value(0)["body"].toString(), QStringLiteral("{\"key\":\"ACTION_CAST\"}"));
@@ -382,26 +382,26 @@ private slots:
             "a\xff"
             "b");
         QVERIFY(raw.listenOn(QStringLiteral("127.0.0.33"), 5000));
-        TriggerCastingApp cast;
-        QSignalSpy changed(&cast, &TriggerCastingApp::obtainedDeviceIPChanged);
-        cast.triggerCastService(QStringLiteral("127.0.0.33"));
+        auto cast = TriggerCastingApp::create();
+        QSignalSpy changed(cast.get(), &TriggerCastingApp::obtainedDeviceIPChanged);
+        cast->triggerCastService(QStringLiteral("127.0.0.33"));
         QVERIFY(changed.wait(5000));
-        QCOMPARE(cast.obtainedDeviceIP(), std::optional(QStringLiteral(u"a\uFFFDb")));
+        QCOMPARE(cast->obtainedDeviceIP(), std::optional(QStringLiteral(u"a\uFFFDb")));
     }
 
     void castTriggerSilentCases()
     {
         StdoutCapture out;
         QSignalSpy finished(ReceiverSession::shared(), &QNetworkAccessManager::finished);
-        TriggerCastingApp cast;
-        cast.triggerCastService(QStringLiteral("127.0.0 .32")); // no URL: nothing sent or printed
-        QCOMPARE(cast.obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0 .32")));
+        auto cast = TriggerCastingApp::create();
+        cast->triggerCastService(QStringLiteral("127.0.0 .32")); // no URL: nothing sent or printed
+        QCOMPARE(cast->obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0 .32")));
         QVERIFY(out.lines().isEmpty());
-        cast.triggerCastService(QStringLiteral("127.0.0.32")); // refused: address kept
+        cast->triggerCastService(QStringLiteral("127.0.0.32")); // refused: address kept
         QVERIFY(finished.wait(5000));
         QCoreApplication::processEvents();
         QCOMPARE(finished.count(), 1);
-        QCOMPARE(cast.obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0.32")));
+        QCOMPARE(cast->obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0.32")));
         QCOMPARE(out.lines(), QByteArrayList {"Optional(21 bytes)"});
     }
 
@@ -413,13 +413,13 @@ private slots:
         const QMetaObject::Connection recorder
             = connect(ReceiverSession::shared(), &QNetworkAccessManager::finished, this,
                 [&errors](QNetworkReply* reply) { errors.append(reply->error()); });
-        TriggerCastingApp cast;
-        cast.triggerCastService(QString());
-        QCOMPARE(cast.obtainedDeviceIP(), std::optional(QString()));
+        auto cast = TriggerCastingApp::create();
+        cast->triggerCastService(QString());
+        QCOMPARE(cast->obtainedDeviceIP(), std::optional(QString()));
         QTRY_COMPARE(errors.size(), 1);
         disconnect(recorder);
         QVERIFY(errors.first() != QNetworkReply::NoError);
-        QCOMPARE(cast.obtainedDeviceIP(), std::optional(QString()));
+        QCOMPARE(cast->obtainedDeviceIP(), std::optional(QString()));
     }
 };
 

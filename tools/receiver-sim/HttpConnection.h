@@ -22,6 +22,8 @@ public:
 
     // Answers the request last reported by requestReceived.
     void respond(int status, const QByteArray& body);
+    // The connection's socket, for a reply written by someone else; nothing more is read.
+    QTcpSocket* socket() const { return m_socket; }
 
 signals:
     void requestReceived(const HttpRequest& request);

@@ -83,7 +83,11 @@ void ReceiverSimulator::handle(HttpConnection* connection, const HttpRequest& re
             : request.peer;
     }
     log(request, answer);
-    if (!answer.silent)
+    if (const auto hostile = m_hostile.constFind(path); hostile != m_hostile.cend())
+        HostileReply::play(connection->socket(), *hostile, [this, path](const QString& line) {
+            emit output(QString::fromUtf8(path) + QLatin1Char(' ') + line);
+        });
+    else if (!answer.silent)
         connection->respond(answer.status, answer.body);
 }
 
@@ -162,6 +166,20 @@ void ReceiverSimulator::playSteps(std::shared_ptr<QStringList> steps, qsizetype 
     emit output(QStringLiteral("played %1 datagrams").arg(sent));
 }
 
+// hostile PATH MODE [ARG]: every later request to PATH gets that reply (HostileReply.h).
+QString ReceiverSimulator::setHostile(const QString& arguments)
+{
+    const QString path = arguments.section(QLatin1Char(' '), 0, 0);
+    QString error;
+    const auto setting = HostileReply::parse(arguments.section(QLatin1Char(' '), 1), &error);
+    if (!path.startsWith(QLatin1Char('/')) || !setting)
+        return QStringLiteral("error: usage: hostile PATH endless|huge-headers|slow|reset-mid-body|"
+                              "garbage-status [ARG]")
+            + (error.isEmpty() ? QString() : QStringLiteral(" (") + error + QLatin1Char(')'));
+    m_hostile.insert(path.toUtf8(), *setting);
+    return QStringLiteral("ok hostile ") + arguments;
+}
+
 QString ReceiverSimulator::runCommand(const QString& line)
 {
     const QString trimmed = line.trimmed();
@@ -182,6 +200,9 @@ QString ReceiverSimulator::runCommand(const QString& line)
         m_answers[rest.toUtf8()].silent = true;
     } else if (word == QLatin1String("reset")) {
         m_answers.clear();
+        m_hostile.clear();
+    } else if (word == QLatin1String("hostile")) {
+        return setHostile(rest);
     } else if (word == QLatin1String("cast-off")) {
         m_answers[ping] = Answer {200, "CAST_OFF", false};
     } else if (word == QLatin1String("busy")) {

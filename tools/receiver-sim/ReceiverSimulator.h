@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HostileReply.h"
 #include "HttpRequest.h"
 
 #include <QFile>
@@ -56,6 +57,7 @@ private:
     void log(const HttpRequest& request, const Answer& answer);
     QString sendTouch(const QByteArray& datagram);
     QString playScript(const QString& path);
+    QString setHostile(const QString& arguments);
     void playSteps(std::shared_ptr<QStringList> steps, qsizetype index, int sent);
 
     SimulatorOptions m_options;
@@ -64,5 +66,6 @@ private:
     QUdpSocket* m_udp;
     QFile m_log;
     QHash<QByteArray, Answer> m_answers; // by path
+    QHash<QByteArray, HostileReply::Setting> m_hostile; // by path: replies no receiver gives
     QHostAddress m_touchTarget;
 };

@@ -31,7 +31,14 @@ with "ok ..." or "error: ...":
   silent PATH                 hold requests to PATH without any answer (answer ... ends it)
   cast-off                    heartbeat answers 200 "CAST_OFF"
   busy                        heartbeat answers 200 "Device is busy"
-  reset                       every path back to 200 "OK"
+  reset                       every path back to 200 "OK" (hostile replies too)
+  hostile PATH MODE [ARG]     answer PATH with a reply no receiver gives, to try a client:
+      endless [FILL]            200, body FILL (default "x") repeated until the client closes
+      huge-headers [KIB]        200, header block of KIB KiB (default: without end), then "OK"
+      slow [BODY]               200, body BODY (default "OK") at one byte per second
+      reset-mid-body            200 announcing 1000 body bytes, reset after 100
+      garbage-status            a status line that is not HTTP, then close
+                              when such a reply ends it prints "PATH MODE: N bytes sent ..."
   touch EVENT X Y [TS]        send "EVENT,X,Y,TS;" (TS defaults to now in ms) to the touch port
                               of the address that last called /enableWifiTouchback
   raw TEXT                    send TEXT as one datagram to the same place
