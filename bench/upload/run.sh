@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Uploads a 1 GiB file to receiver-sim on loopback, once with UploadDataToHost (upload-driver) and
-# once with curl -F, alternating round by round, and reports every round's ratio, the medians of
+# once with curl -F, alternating round by round, each run reading the file cold, and reports every round's ratio, the medians of
 # wall time and peak RSS, and the worst round.
 #   bench/run upload [ROUNDS]      (default 5 rounds, at least 5)
 # Last line: upload ours_s=S curl_s=S ratio=R max_ratio=R ours_rss_mib=M curl_rss_mib=M
@@ -24,8 +24,12 @@ mkdir "$work/uploads"
 sim=$!
 for _ in $(seq 50); do grep -q '^ready' "$work/sim.out" 2>/dev/null && break; sleep 0.1; done
 
-# Runs a command under /usr/bin/time; prints "seconds rss_kib".
+# Runs a command under /usr/bin/time; prints "seconds rss_kib". Every run starts with the file
+# out of the page cache, so each client, in every round, pays for reading it: the first reader of
+# a fresh file would otherwise pay alone (measured: about 3 s of a loaded machine's first round,
+# for curl as for ours).
 measure() {
+    dd if="$file" iflag=nocache count=0 status=none
     /usr/bin/time -f '%e %M' -o "$work/time" "$@" >/dev/null 2>"$work/err" || {
         cat "$work/err" >&2
         exit 1

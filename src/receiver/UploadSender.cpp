@@ -43,6 +43,9 @@ void UploadSender::cancel()
 UploadOutcome UploadSender::run(const Progress& progress)
 {
     UploadOutcome outcome;
+    // Read ahead further: the file is read once, front to back.
+    if (m_wire.fileDescriptor >= 0)
+        ::posix_fadvise(m_wire.fileDescriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
     if (connectSocket(&outcome) && sendAll(progress, &outcome)
         && m_reader.state() != HttpAnswerReader::State::Done)
         readAnswer(&outcome);

@@ -65,4 +65,5 @@ private:
     QFile m_log;
     QHash<QByteArray, Answer> m_answers; // by path
     QHostAddress m_touchTarget;
+    qint64 m_uploadRate = 0; // test-only limit on reading upload bodies, bytes per second
 };
