@@ -12,8 +12,6 @@
 #include "receiver/UploadDataToHost.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
-#include <QDateTime>
 #include <QFileInfo>
 #include <QHostAddress>
 #include <QNetworkAccessManager>
@@ -46,7 +44,6 @@ public:
                 if (reply->url().port() != 5505)
                     return; // a heartbeat
                 ++m_completed;
-            std::fprintf(stderr, "DONE at %lld\n", QDateTime::currentMSecsSinceEpoch() % 100000);
                 if (m_running)
                     startOne();
                 else
@@ -112,13 +109,6 @@ int main(int argc, char** argv)
     readiness.start(10);
 
     UploadLoop uploads(receiver);
-    QElapsedTimer gapClock; gapClock.start();
-    QTimer gapTimer; gapTimer.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&gapTimer, &QTimer::timeout, &app, [&] {
-        const qint64 gap = gapClock.nsecsElapsed() / 1000000; gapClock.restart();
-        if (gap > 10) std::fprintf(stderr, "STALL %lld ms at %lld\n", gap, QDateTime::currentMSecsSinceEpoch() % 100000);
-    });
-    gapTimer.start(1);
     QByteArray pending;
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
