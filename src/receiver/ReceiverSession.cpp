@@ -1,6 +1,7 @@
 #include "receiver/ReceiverSession.h"
 
 #include "platform/Logging.h"
+#include "receiver/ReceiverAccessManager.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
@@ -18,7 +19,7 @@ QNetworkAccessManager* shared()
 {
     if (!s_manager) {
         // Parented to the application so it goes away before the application object does.
-        s_manager = new QNetworkAccessManager(QCoreApplication::instance());
+        s_manager = new ReceiverAccessManager(QCoreApplication::instance());
         s_manager->setProxy(QNetworkProxy::NoProxy);
         s_manager->setTransferTimeout(kTransferTimeoutMs);
     }

@@ -21,6 +21,12 @@ public:
     bool seek(qint64 pos) override;
     bool atEnd() const override;
 
+    // The pieces, for a sender that writes them itself (the file part straight from its file).
+    const QByteArray& head() const { return m_head; }
+    QIODevice* file() const { return m_file.get(); }
+    qint64 fileSize() const { return m_fileSize; }
+    const QByteArray& tail() const { return m_tail; }
+
 protected:
     qint64 readData(char* data, qint64 maxSize) override;
     qint64 writeData(const char*, qint64) override { return -1; }

@@ -141,21 +141,17 @@ void UploadDataToHost::startRequest(
     for (const auto& [name, value] : headers)
         request.setRawHeader(name, name == "Content-Length" ? QByteArray::number(bodySize) : value);
 
-    QNetworkReply* reply = nullptr;
-    if (!m_data->isFileBacked()) {
-        reply = ReceiverSession::shared()->post(request, head + m_data->bytes() + tail);
-    } else {
-        std::unique_ptr<QIODevice> file(m_data->openDevice());
-        if (!file) {
-            qCWarning(lcReceiver, "Upload not sent: %s can no longer be read",
-                qUtf8Printable(m_data->path()));
-            showAlert(QStringLiteral("File Upload failed."));
-            return;
-        }
-        auto* body = new UploadBodyDevice(head, std::move(file), m_data->size(), tail);
-        reply = ReceiverSession::shared()->post(request, body);
-        body->setParent(reply);
+    std::unique_ptr<QIODevice> file(m_data->openDevice());
+    if (!file) {
+        qCWarning(lcReceiver, "Upload not sent: %s can no longer be read",
+            qUtf8Printable(m_data->path()));
+        showAlert(QStringLiteral("File Upload failed."));
+        return;
     }
+    // The shared client hands a body device to its own upload sender (ReceiverAccessManager).
+    auto* body = new UploadBodyDevice(head, std::move(file), m_data->size(), tail);
+    QNetworkReply* reply = ReceiverSession::shared()->post(request, body);
+    body->setParent(reply);
     // The reply owns everything the completion needs; this object may be dropped at once.
     QObject::connect(reply, &QNetworkReply::finished, reply, [reply] {
         reply->deleteLater();

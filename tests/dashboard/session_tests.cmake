@@ -16,3 +16,18 @@ if(TARGET receiver-sim AND TARGET orventa_receiver_test_support AND TARGET orven
             ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ORVENTA_SOURCE_DIR=${PROJECT_SOURCE_DIR};ORVENTA_BINARY_DIR=${PROJECT_BINARY_DIR}")
     endforeach()
 endif()
+
+# Touches during an upload, on a real X server (Xvfb) watched by xi-raw-observer.
+# (xi-raw-observer is made in tests/e2e.)
+if(TARGET receiver-sim AND TARGET orventa_receiver_test_support AND TARGET orventa_platform_x11)
+    add_executable(tst_touch_during_upload tst_touch_during_upload.cpp SessionFixture.h)
+    target_link_libraries(tst_touch_during_upload PRIVATE Qt6::Test orventa_test_support orventa_shell
+        orventa_platform_x11 orventa_receiver_test_support orventa_warnings)
+    target_compile_definitions(tst_touch_during_upload PRIVATE
+        XI_RAW_OBSERVER="$<TARGET_FILE:xi-raw-observer>")
+    add_dependencies(tst_touch_during_upload receiver-sim xi-raw-observer)
+    add_test(NAME tst_touch_during_upload COMMAND ${ORVENTA_TEST_SUPPORT_DIR}/with-netns-route
+             ${ORVENTA_TEST_SUPPORT_DIR}/with-xvfb $<TARGET_FILE:tst_touch_during_upload>)
+    set_tests_properties(tst_touch_during_upload PROPERTIES TIMEOUT 120 LABELS "session;integration"
+        ENVIRONMENT "ORVENTA_SOURCE_DIR=${PROJECT_SOURCE_DIR};ORVENTA_BINARY_DIR=${PROJECT_BINARY_DIR}")
+endif()

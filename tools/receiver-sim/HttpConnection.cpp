@@ -4,6 +4,7 @@
 
 #include <QRegularExpression>
 #include <QTcpSocket>
+#include <QTimer>
 
 namespace {
 constexpr qsizetype kMaxHead = 64 * 1024;
@@ -103,10 +104,12 @@ bool HttpConnection::parseHead()
     m_multipart.reset();
     static const QRegularExpression boundary(QStringLiteral("boundary=([^;\\s]+)"));
     const auto match = boundary.match(QString::fromLatin1(m_request.header("Content-Type")));
-    if (m_request.path() == "/uploadfile" && match.hasMatch())
+    if (m_request.path() == "/uploadfile" && match.hasMatch()) {
         m_multipart
             = std::make_unique<MultipartReceiver>(match.captured(1).toLatin1(), m_uploadDir);
-    else if (m_remaining > kMaxInMemoryBody) {
+        m_rateClock.start(); // the upload rate counts from the body's start
+        m_ratedBytes = 0;
+    } else if (m_remaining > kMaxInMemoryBody) {
         reject(QStringLiteral("body too large for a control request"));
         return false;
     }
@@ -136,13 +139,37 @@ void HttpConnection::readBody()
     if (m_chunk.isEmpty())
         m_chunk.resize(kReadChunk);
     while (m_remaining > 0 && m_socket->bytesAvailable() > 0) {
-        const qint64 n = m_socket->read(m_chunk.data(), qMin(m_remaining, kReadChunk));
+        const qint64 allowed = qMin(m_remaining, qMin(kReadChunk, rateAllowance()));
+        if (allowed <= 0)
+            break;
+        const qint64 n = m_socket->read(m_chunk.data(), allowed);
         if (n <= 0)
             break;
+        m_ratedBytes += n;
         take(m_chunk.constData(), n);
     }
     if (m_remaining == 0)
         m_inBody = false;
+}
+
+void HttpConnection::setUploadRate(qint64 bytesPerSecond)
+{
+    m_uploadRate = bytesPerSecond;
+    // A small read buffer, so that a slow reader slows the sender down through TCP.
+    m_socket->setReadBufferSize(bytesPerSecond > 0 ? 16 * 1024 : 0);
+    m_rateClock.start();
+    m_ratedBytes = 0;
+}
+
+// Body bytes that may be read now under the upload rate; when none, reading resumes shortly.
+qint64 HttpConnection::rateAllowance()
+{
+    if (m_uploadRate <= 0 || !m_multipart)
+        return kReadChunk;
+    const qint64 allowed = m_uploadRate * m_rateClock.elapsed() / 1000 - m_ratedBytes;
+    if (allowed <= 0)
+        QTimer::singleShot(10, this, &HttpConnection::onReadyRead);
+    return allowed;
 }
 
 void HttpConnection::completeRequest()

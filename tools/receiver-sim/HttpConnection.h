@@ -4,6 +4,7 @@
 #include "Sha256.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QObject>
 
 #include <memory>
@@ -24,6 +25,8 @@ public:
     void respond(int status, const QByteArray& body);
     // The connection's socket, for a reply written by someone else; nothing more is read.
     QTcpSocket* socket() const { return m_socket; }
+    // Test-only: reads upload bodies at no more than this many bytes a second (0: no limit).
+    void setUploadRate(qint64 bytesPerSecond);
 
 signals:
     void requestReceived(const HttpRequest& request);
@@ -34,6 +37,7 @@ private:
     void onReadyRead();
     bool parseHead();
     void readBody();
+    qint64 rateAllowance();
     void completeRequest();
     void reject(const QString& reason);
 
@@ -47,4 +51,7 @@ private:
     Sha256 m_bodyHash;
     QByteArray m_chunk;
     std::unique_ptr<MultipartReceiver> m_multipart;
+    qint64 m_uploadRate = 0;
+    QElapsedTimer m_rateClock;
+    qint64 m_ratedBytes = 0;
 };

@@ -55,6 +55,8 @@ void ReceiverSimulator::accept(QTcpServer* server)
 {
     while (QTcpSocket* socket = server->nextPendingConnection()) {
         auto* connection = new HttpConnection(socket, m_options.uploadDir, this);
+        if (server == m_upload)
+            connection->setUploadRate(m_uploadRate);
         connect(connection, &HttpConnection::requestReceived, this,
             [this, connection](const HttpRequest& request) { handle(connection, request); });
         connect(connection, &HttpConnection::malformed, this,
@@ -223,6 +225,11 @@ QString ReceiverSimulator::runCommand(const QString& line)
         m_touchTarget = QHostAddress(rest);
         if (m_touchTarget.isNull())
             return QStringLiteral("error: not an address: ") + rest;
+    } else if (word == QLatin1String("upload-rate")) {
+        bool ok = false;
+        m_uploadRate = rest.toLongLong(&ok);
+        if (!ok || m_uploadRate < 0)
+            return QStringLiteral("error: usage: upload-rate BYTES_PER_SECOND");
     } else if (word == QLatin1String("quit")) {
         QMetaObject::invokeMethod(
             QCoreApplication::instance(), &QCoreApplication::quit, Qt::QueuedConnection);

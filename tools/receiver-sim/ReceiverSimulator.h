@@ -68,4 +68,5 @@ private:
     QHash<QByteArray, Answer> m_answers; // by path
     QHash<QByteArray, HostileReply::Setting> m_hostile; // by path: replies no receiver gives
     QHostAddress m_touchTarget;
+    qint64 m_uploadRate = 0; // test-only limit on reading upload bodies, bytes per second
 };

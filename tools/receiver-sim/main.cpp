@@ -45,6 +45,8 @@ with "ok ..." or "error: ...":
   script FILE                 send each line of FILE as one datagram ("delay MS" pauses,
                               "#" starts a comment); prints "played N datagrams" at the end
   touch-target ADDRESS        send touches to ADDRESS instead
+  upload-rate BYTES           test-only: read the bodies of uploads that connect from now on at
+                              no more than BYTES a second (0: no limit), so uploads take a while
   quit                        stop)";
 
 void printLine(const QString& line)
