@@ -2,9 +2,12 @@
 # Touch path: "MOVE" datagrams to UDP port 41863 at 1,000 per second for 10 s, timed from just
 # before sendto() to the XI_RawMotion event on the X server, through the application's dashboard
 # (real socket, real XTest poster) and, in the same run, through the minimal C reference
-# (udp-touch-reference). Then instructions per datagram for both under callgrind, from the
-# difference of two run lengths. Everything runs in a private network namespace (loopback and a
-# veth pair inside it) with a private Xvfb; needs root.
+# (udp-touch-reference). Then instructions per datagram for both under callgrind, collected only
+# inside the handling of one datagram (socket read, parsing, the poster, the X flush: ours
+# DashboardViewController::receiveTouchDatagram, the reference's receive_touch), so timers and
+# the idle event loop are not counted; the difference of two run lengths leaves out one-time
+# set-up (the first datagram's lazy work). Everything runs in a private network namespace
+# (loopback and a veth pair inside it) with a private Xvfb; needs root.
 # "lost" counts the application's datagrams that never moved the pointer.
 # Last line: touch-path ours_p50_us=N ours_p99_us=N ref_p50_us=N ref_p99_us=N p99_ratio=R lost=N
 #            ours_ir=N ref_ir=N ir_ratio=R
@@ -79,28 +82,36 @@ reference=$("$probe" --port 41863 --area "$area" --rate "$rate" --seconds "$seco
 stop_subject
 echo "reference: $reference"
 
-# Instructions per datagram: callgrind totals of a short and a long closed-loop run.
-instructions() { # instructions NAME COUNT CMD...
-    local name=$1 count=$2
-    shift 2
-    start_subject "$name-$count" valgrind --tool=callgrind --callgrind-out-file="$work/$name-$count.cg" "$@"
+# Instructions per datagram: callgrind totals, collected inside the handler only, of a short and
+# a long closed-loop run.
+instructions() { # instructions NAME COUNT HANDLER CMD...
+    local name=$1 count=$2 handler=$3
+    shift 3
+    start_subject "$name-$count" valgrind --tool=callgrind --toggle-collect="$handler" \
+        --callgrind-out-file="$work/$name-$count.cg" "$@"
     "$probe" --port 41863 --area "$area" --closed "$count" >"$work/$name-$count.probe"
     stop_subject
-    sed -n 's/^summary: \([0-9]*\).*/\1/p' "$work/$name-$count.cg" | head -n1
+    local total
+    total=$(sed -n 's/^summary: \([0-9]*\).*/\1/p' "$work/$name-$count.cg" | head -n1)
+    if [ -z "$total" ] || [ "$total" -le 0 ]; then
+        echo "touch-path: nothing collected in $handler for $name (renamed or inlined?)" >&2
+        exit 1
+    fi
+    echo "$total"
 }
-per_datagram() { # per_datagram NAME CMD...
+per_datagram() { # per_datagram NAME HANDLER CMD...
     local name=$1
     shift
     local a b
-    a=$(instructions "$name" "$short" "$@")
-    b=$(instructions "$name" "$long" "$@")
+    a=$(instructions "$name" "$short" "$@") || exit 1
+    b=$(instructions "$name" "$long" "$@") || exit 1
+    echo "$name: $a instructions in $short datagrams, $b in $long" >&2
     echo $(((b - a) / (long - short)))
 }
-# The heartbeat is timed work, not work per datagram: the longer run, slowed down by callgrind,
-# would span more of its 4 s ticks (and the first tick sets up the HTTP client). An hour-long
-# interval keeps ticks out of both runs.
-ours_ir=$(per_datagram ours "$app" 127.0.0.1 3600000)
-ref_ir=$(per_datagram reference "$ref" 41863)
+# An hour-long heartbeat interval keeps the slow runs under callgrind quiet (none of its work
+# would be collected anyway).
+ours_ir=$(per_datagram ours 'DashboardViewController::receiveTouchDatagram*' "$app" 127.0.0.1 3600000)
+ref_ir=$(per_datagram reference 'receive_touch' "$ref" 41863)
 echo "instructions per datagram: ours $ours_ir, reference $ref_ir ($short and $long datagrams)"
 
 ours_p50=$(field "$ours" p50_us)
