@@ -207,7 +207,7 @@ def check_popovers(screen, harness_path):
 
 def check_drop(screen, harness_path, source_path):
     harness = Client([harness_path, 'drop'])
-    source = None
+    source = dropped = None
     try:
         ready = harness.expect(r'^ready drop (\d+) (\d+) (\d+) (\d+)$', 30)
         area = [int(n) for n in ready.groups()]
@@ -241,6 +241,8 @@ def check_drop(screen, harness_path, source_path):
         if source:
             source.stop()
         harness.stop()
+        if dropped:
+            os.unlink(dropped.name)
 
 
 def magenta_square(shot):
