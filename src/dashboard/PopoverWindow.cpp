@@ -8,6 +8,7 @@
 #include <QPainterPath>
 #include <QScreen>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace {
 constexpr int kCornerRadius = 12;
@@ -188,12 +189,29 @@ bool PopoverWindow::eventFilter(QObject* watched, QEvent* event)
 
 void PopoverWindow::mousePressEvent(QMouseEvent* event)
 {
-    // A pop-up sees every press in the application; one beside the arrow is outside the popover.
+    // A pop-up sees every press in the application. One outside the popover closes it and then
+    // goes on to the main window, which on X11 gets such a press directly.
     if (m_isPopup && !outline().contains(event->position())) {
         close();
+        passPressToMainWindow(*event);
         return;
     }
     QWidget::mousePressEvent(event);
+}
+
+void PopoverWindow::passPressToMainWindow(const QMouseEvent& event) const
+{
+    QWidget* host = parentWidget() ? parentWidget()->window() : nullptr;
+    QWindow* window = host ? host->windowHandle() : nullptr;
+    if (!window)
+        return;
+    const QPoint global = event.globalPosition().toPoint();
+    const QPoint local = window->mapFromGlobal(global);
+    if (!QRect(QPoint(0, 0), window->size()).contains(local))
+        return;
+    QCoreApplication::postEvent(window,
+        new QMouseEvent(QEvent::MouseButtonPress, local, local, global, event.button(),
+            event.buttons(), event.modifiers(), event.pointingDevice()));
 }
 
 void PopoverWindow::keyPressEvent(QKeyEvent* event)

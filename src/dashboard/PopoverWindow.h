@@ -54,6 +54,7 @@ private:
     void updateMask();
     QPainterPath outline() const;
     bool isInMainWindow(QObject* object) const;
+    void passPressToMainWindow(const QMouseEvent& event) const;
 
     QPointer<QWidget> m_content;
     QPointer<QWidget> m_anchor;

@@ -201,13 +201,23 @@ def check_popovers(screen, harness_path):
             screen.wait_for('the %s popover closing on a press in the window' % name,
                             lambda s: no_arrow(s, rect), '%s-pressed-away.png' % name)
             print('%s: closes on Escape, opens again, closes on a press in the window' % name)
+        # A press on the other icon closes the open popover and acts there, as on X11.
+        lx, ly, lw, lh = icons['list']
+        sx, sy, sw, sh = icons['settings']
+        screen.click(lx + lw // 2, ly + lh // 2)
+        screen.wait_for('the list popover', lambda s: arrow_tip(s, icons['list']), 'switch-list.png')
+        screen.click(sx + sw // 2, sy + sh // 2)
+        screen.wait_for('the settings popover in place of the list',
+                        lambda s: arrow_tip(s, icons['settings']) and no_arrow(s, icons['list']),
+                        'switch-settings.png')
+        print('one press on the gear closes the list and opens the settings')
     finally:
         harness.stop()
 
 
 def check_drop(screen, harness_path, source_path):
     harness = Client([harness_path, 'drop'])
-    source = None
+    source = dropped = None
     try:
         ready = harness.expect(r'^ready drop (\d+) (\d+) (\d+) (\d+)$', 30)
         area = [int(n) for n in ready.groups()]
@@ -241,6 +251,8 @@ def check_drop(screen, harness_path, source_path):
         if source:
             source.stop()
         harness.stop()
+        if dropped:
+            os.unlink(dropped.name)
 
 
 def magenta_square(shot):
