@@ -27,7 +27,9 @@
 #include <utility>
 
 namespace {
-constexpr qsizetype kMaxWaitingTouches = 4096;
+// Touches waiting for a modal session to end: bounded by count and by bytes.
+constexpr qsizetype kMaxWaitingTouches = 2048;
+constexpr qint64 kMaxWaitingBytes = 512 * 1024;
 constexpr qint64 kMaxDatagramSize = 65536;
 
 // Qt turns SO_BROADCAST on for every UDP socket it creates; this makes sure of it. The native
@@ -123,7 +125,7 @@ void DashboardViewController::initiateTouchBack()
         previous->close();
         previous->deleteLater();
     }
-    m_waitingTouches.clear();
+    clearWaitingTouches();
     auto* socket = new QUdpSocket(this);
     m_sendUdpSocket = socket;
     if (socket->peerPort() != kTouchPort
@@ -169,10 +171,7 @@ void DashboardViewController::receiveTouchDatagram(QUdpSocket* socket)
         const QNetworkDatagram datagram = socket->receiveDatagram();
         if (!datagram.isValid())
             return;
-        if (m_waitingTouches.size() < kMaxWaitingTouches)
-            m_waitingTouches.append(datagram);
-        else
-            qCWarning(lcDashboard) << "Dropped a touch datagram: too many wait for a modal session";
+        keepWaitingTouch(datagram);
         receiveOnce(socket);
         return;
     }
@@ -187,6 +186,34 @@ void DashboardViewController::receiveTouchDatagram(QUdpSocket* socket)
         socket, QByteArray::fromRawData(m_touchBuffer.constData(), size), QHostAddress(), 0);
 }
 
+// Keeps a touch that arrived during a modal session, while the waiting list has room; the first
+// drop is logged at once, the number dropped when the list has drained.
+void DashboardViewController::keepWaitingTouch(const QNetworkDatagram& datagram)
+{
+    const qint64 size = datagram.data().size();
+    if (m_waitingTouches.size() < kMaxWaitingTouches && m_waitingBytes + size <= kMaxWaitingBytes) {
+        m_waitingTouches.append(datagram);
+        m_waitingBytes += size;
+        return;
+    }
+    if (m_droppedWaitingTouches++ == 0)
+        qCWarning(lcDashboard,
+            "Dropping touch datagrams: %lld wait for a modal session (%lld "
+            "bytes), the most that are kept",
+            qlonglong(m_waitingTouches.size()), qlonglong(m_waitingBytes));
+}
+
+void DashboardViewController::clearWaitingTouches()
+{
+    m_waitingTouches.clear();
+    m_waitingBytes = 0;
+    if (m_droppedWaitingTouches > 0)
+        qCWarning(lcDashboard,
+            "Dropped %d touch datagrams that came while the waiting list was full",
+            m_droppedWaitingTouches);
+    m_droppedWaitingTouches = 0;
+}
+
 // Re-arms the socket after a touch: a touch that had to wait is handled on a later pass.
 void DashboardViewController::receiveOnce(QUdpSocket* socket)
 {
@@ -199,12 +226,15 @@ void DashboardViewController::receiveOnce(QUdpSocket* socket)
             m_touchPassQueued = false;
             if (!guarded || guarded != m_sendUdpSocket
                 || guarded->state() != QAbstractSocket::BoundState) {
-                m_waitingTouches.clear();
+                clearWaitingTouches();
                 return;
             }
             if (ModalState::isActive() || m_waitingTouches.isEmpty())
                 return;
             const QNetworkDatagram datagram = m_waitingTouches.takeFirst();
+            m_waitingBytes -= datagram.data().size();
+            if (m_waitingTouches.isEmpty())
+                clearWaitingTouches(); // reports what was dropped
             udpSocketDidReceiveData(
                 guarded, datagram.data(), datagram.senderAddress(), quint16(datagram.senderPort()));
         },

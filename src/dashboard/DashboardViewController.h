@@ -174,6 +174,8 @@ private:
     void pingFinished(bool success, const QString& reply);
     void receiveTouchDatagram(QUdpSocket* socket);
     void receiveOnce(QUdpSocket* socket);
+    void keepWaitingTouch(const QNetworkDatagram& datagram);
+    void clearWaitingTouches();
     qsizetype splitFirstRecord(QByteArrayView bytes, std::array<QStringView, 4>& fields);
     void uploadFile(const QUrl& fileUrl);
     QString uploadFileType(const QString& extension) const;
@@ -187,6 +189,8 @@ private:
     QByteArray m_touchBuffer; // reused for every touch datagram
     QString m_touchText; // the decoded first record, reused likewise
     QList<QNetworkDatagram> m_waitingTouches; // arrived during a modal session, in order
+    qint64 m_waitingBytes = 0; // their payload bytes
+    int m_droppedWaitingTouches = 0; // since the list was last empty
     bool m_touchPassQueued = false; // a waiting touch is to be handled next pass
     std::optional<QString> m_selectedDeviceIPAddress;
     QString m_selectedDeviceName;

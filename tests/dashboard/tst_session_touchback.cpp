@@ -181,6 +181,44 @@ private Q_SLOTS:
         QTRY_COMPARE(m_poster.mouseEvents().size(), 1);
     }
 
+    void waitingListDuringAnAlertIsBounded()
+    {
+        startSwitchTouchback();
+        QUdpSocket sender;
+        QVERIFY(sender.bind(QHostAddress(QStringLiteral("127.0.0.9")), 0));
+        m_alerts->whileOpen = [&] {
+            // More than the 2048 the list keeps, paced so the socket's own buffer keeps up.
+            for (int i = 0; i < 2100; ++i) {
+                const QByteArray touch = "MOVE," + QByteArray::number(i) + ",7,1";
+                sender.writeDatagram(touch, QHostAddress::LocalHost, 41863);
+                if (i % 50 == 49)
+                    QTest::qWait(5);
+            }
+            QTRY_VERIFY(!m_log->messages("orventa.dashboard")
+                             .filter(QStringLiteral("Dropping touch datagrams"))
+                             .isEmpty());
+            QTest::qWait(200);
+        };
+        Alerts::run(QStringLiteral("Something"), QStringLiteral("else"));
+        QTRY_COMPARE_WITH_TIMEOUT(m_poster.mouseEvents().size(), 2048, 10000);
+        // The first ones, in order; the rest dropped with one line each way.
+        QCOMPARE(m_poster.mouseEvents().first().point, screenPoint(0, 7));
+        QCOMPARE(m_poster.mouseEvents().last().point, screenPoint(2047, 7));
+        const QStringList lines = m_log->messages("orventa.dashboard");
+        QCOMPARE(lines
+                     .filter(QStringLiteral("Dropping touch datagrams: 2048 wait for a modal "
+                                            "session"))
+                     .size(),
+            1);
+        QCOMPARE(lines
+                     .filter(QStringLiteral("Dropped 52 touch datagrams that came while the "
+                                            "waiting list was full"))
+                     .size(),
+            1);
+        QTest::qWait(100);
+        QCOMPARE(m_poster.mouseEvents().size(), 2048);
+    }
+
     void switchOffKeepsTheSocketAndOnReplacesIt()
     {
         startSwitchTouchback();
