@@ -5,6 +5,7 @@
 #include "ui_DashboardViewController.h"
 
 #include "controls/DragDropView.h"
+#include "controls/UploadProgressView.h"
 #include "dashboard/AssetImageView.h"
 #include "platform/Alerts.h"
 #include "platform/Logging.h"
@@ -15,6 +16,7 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QNetworkReply>
 #include <QStandardPaths>
 #include <QUrl>
 
@@ -129,8 +131,24 @@ void DashboardViewController::uploadFile(const QUrl& fileUrl)
     const std::optional<UploadData> data = UploadData::fromFile(path);
     // The request owns what it needs once started; this object can go right away.
     auto upload = std::make_unique<UploadDataToHost>();
+    connect(upload.get(), &UploadDataToHost::started, this,
+        [this, fileName](QNetworkReply* reply) { showUploadProgress(reply, fileName); });
     upload->initWithFileType(fileType, data, fileName, m_selectedDeviceIPAddress);
     upload->upload();
+}
+
+// A row in the drop area for as long as the upload runs; its outcome is reported as before.
+void DashboardViewController::showUploadProgress(QNetworkReply* reply, const QString& fileName)
+{
+    auto* row = new UploadProgressView(fileName, ui->uploadProgressList);
+    ui->uploadProgressList->layout()->addWidget(row);
+    ui->uploadProgressList->show();
+    connect(reply, &QNetworkReply::uploadProgress, row, &UploadProgressView::setProgress);
+    connect(reply, &QNetworkReply::finished, row, [this, row] {
+        delete row;
+        if (ui->uploadProgressList->findChildren<UploadProgressView*>().isEmpty())
+            ui->uploadProgressList->hide();
+    });
 }
 
 void DashboardViewController::draggingBegin()

@@ -28,6 +28,7 @@ class MouseSimulate;
 class OrbSwitch;
 class QHostAddress;
 class QLabel;
+class QNetworkReply;
 class QAbstractButton;
 class QPushButton;
 class QTimer;
@@ -178,6 +179,7 @@ private:
     void clearWaitingTouches();
     qsizetype splitFirstRecord(QByteArrayView bytes, std::array<QStringView, 4>& fields);
     void uploadFile(const QUrl& fileUrl);
+    void showUploadProgress(QNetworkReply* reply, const QString& fileName);
     QString uploadFileType(const QString& extension) const;
 
     std::unique_ptr<Ui::DashboardViewController> ui;

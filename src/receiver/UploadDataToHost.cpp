@@ -157,4 +157,5 @@ void UploadDataToHost::startRequest(
         reply->deleteLater();
         finishUpload(reply);
     });
+    emit started(reply);
 }

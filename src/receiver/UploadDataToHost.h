@@ -12,6 +12,8 @@
 
 #include <optional>
 
+class QNetworkReply;
+
 // Sends one file to the paired receiver as a multipart/form-data POST to port 5505. Made per
 // file and dropped by the caller at once: the running request owns what it needs and reports
 // receiver-side failures with a "Failure" alert.
@@ -36,6 +38,11 @@ public:
     static QByteArray bodyTail(const QString& boundary);
     // "Boundary-" followed by a new upper-case UUID (45 characters).
     static QString makeBoundary();
+
+signals:
+    // The request went out (emitted inside upload()): its reply reports uploadProgress() and
+    // finished() until it ends. Only for showing progress; it changes nothing of the request.
+    void started(QNetworkReply* reply);
 
 private:
     void startRequest(const QUrl& url, const QList<QPair<QByteArray, QByteArray>>& headers,

@@ -31,3 +31,15 @@ if(TARGET receiver-sim AND TARGET orventa_receiver_test_support AND TARGET orven
     set_tests_properties(tst_touch_during_upload PROPERTIES TIMEOUT 120 LABELS "session;integration"
         ENVIRONMENT "ORVENTA_SOURCE_DIR=${PROJECT_SOURCE_DIR};ORVENTA_BINARY_DIR=${PROJECT_BINARY_DIR}")
 endif()
+
+# The upload progress in the drop area, read through AT-SPI while receiver-sim reads slowly.
+if(TARGET receiver-sim)
+    add_executable(upload_progress_atspi_app upload_progress_atspi_app.cpp)
+    target_link_libraries(upload_progress_atspi_app PRIVATE orventa_shell orventa_warnings)
+    add_dependencies(upload_progress_atspi_app receiver-sim)
+    add_test(NAME tst_upload_progress_atspi
+             COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/run-upload-progress-atspi.sh
+                     $<TARGET_FILE:upload_progress_atspi_app> $<TARGET_FILE:receiver-sim>)
+    set_tests_properties(tst_upload_progress_atspi PROPERTIES TIMEOUT 120
+                         LABELS "integration;screens")
+endif()
