@@ -3,8 +3,6 @@
 #include "app/MainStoryboard.h"
 #include "app/MainWindow.h"
 #include "app/SplashScreenViewController.h"
-#include "platform/Fonts.h"
-#include "platform/avahi/AvahiNetServiceBrowser.h"
 
 #include <QApplication>
 
@@ -36,7 +34,6 @@ int main(int argc, char** argv)
     QApplication::setApplicationDisplayName(QStringLiteral("ORVENTA Companion"));
     // Names the installed .desktop file, so that docks and task switchers show our name and icon.
     QGuiApplication::setDesktopFileName(QStringLiteral("com.orventa.companion"));
-    Fonts::loadApplicationFonts();
     MainStoryboard::registerControllers();
     Backends::installServiceBrowser();
     Backends::installEventPoster();
