@@ -3,8 +3,6 @@
 #include "app/MainStoryboard.h"
 #include "app/MainWindow.h"
 #include "app/SplashScreenViewController.h"
-#include "platform/Fonts.h"
-#include "platform/avahi/AvahiNetServiceBrowser.h"
 
 #include <QApplication>
 
@@ -51,7 +49,6 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(applicationId);
     QApplication::setApplicationDisplayName(QStringLiteral("ORVENTA Companion"));
     QGuiApplication::setDesktopFileName(applicationId);
-    Fonts::loadApplicationFonts();
     MainStoryboard::registerControllers();
     Backends::installServiceBrowser();
     Backends::installEventPoster();

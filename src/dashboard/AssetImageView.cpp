@@ -3,7 +3,6 @@
 #include "platform/ImageAssets.h"
 
 #include <QPainter>
-#include <QSvgRenderer>
 
 AssetImageView::AssetImageView(QWidget* parent)
     : QWidget(parent)
@@ -20,8 +19,8 @@ QSize AssetImageView::sizeHint() const
 {
     if (m_assetName.isEmpty())
         return {0, 0};
-    const QSvgRenderer renderer(ImageAssets::path(m_assetName));
-    return renderer.isValid() ? renderer.defaultSize() : QSize(0, 0);
+    const QSize natural = ImageAssets::naturalSize(m_assetName);
+    return natural.isValid() ? natural : QSize(0, 0);
 }
 
 void AssetImageView::paintEvent(QPaintEvent*)

@@ -3,24 +3,58 @@
 #include "Logging.h"
 
 #include <QDirIterator>
+#include <QFile>
 #include <QFontDatabase>
+#include <QSet>
 
 namespace Fonts {
 
+namespace {
+const QStringList& suffixes()
+{
+    // TrueType first: FreeType decompresses a WOFF2 file again every time a face is opened.
+    static const QStringList list {QStringLiteral(".ttf"), QStringLiteral(".otf"),
+        QStringLiteral(".woff2"), QStringLiteral(".woff")};
+    return list;
+}
+
+// Registers one packaged font file once, however often it is asked for.
+void addOnce(const QString& file)
+{
+    static QSet<QString> added;
+    if (added.contains(file))
+        return;
+    added.insert(file);
+    if (QFontDatabase::addApplicationFont(file) < 0)
+        qCWarning(lcPlatform).noquote() << "Could not load font" << file;
+}
+
+// Each packaged file is named after its font ("Poppins-Regular.ttf"). Only the fonts a screen
+// asks for are read, so the splash screen does not wait for the dashboard's weights.
+void loadFontNamed(const QString& name)
+{
+    static QSet<QString> looked;
+    if (looked.contains(name))
+        return;
+    looked.insert(name);
+    for (const QString& suffix : suffixes()) {
+        const QString file = QStringLiteral(":/fonts/") + name + suffix;
+        if (QFile::exists(file)) {
+            addOnce(file);
+            return;
+        }
+    }
+}
+} // namespace
+
 void loadApplicationFonts()
 {
-    static bool loaded = false;
-    if (loaded)
-        return;
-    loaded = true;
-    QDirIterator it(QStringLiteral(":/fonts"),
-        {QStringLiteral("*.woff2"), QStringLiteral("*.woff"), QStringLiteral("*.ttf"),
-            QStringLiteral("*.otf")});
-    while (it.hasNext()) {
-        const QString file = it.next();
-        if (QFontDatabase::addApplicationFont(file) < 0)
-            qCWarning(lcPlatform).noquote() << "Could not load font" << file;
-    }
+    QStringList patterns;
+    for (const QString& suffix : suffixes())
+        patterns.append(QLatin1Char('*') + suffix);
+    QDirIterator it(QStringLiteral(":/fonts"), patterns);
+    while (it.hasNext())
+        addOnce(it.next());
 }
 
 QString familyFor(const QString& name)
@@ -38,7 +72,7 @@ QString familyFor(const QString& name)
 
 QFont named(const QString& name, int size)
 {
-    loadApplicationFonts();
+    loadFontNamed(name);
     QFont font(familyFor(name));
     font.setPixelSize(size);
     return font;

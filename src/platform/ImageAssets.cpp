@@ -3,10 +3,26 @@
 #include "Logging.h"
 
 #include <QFile>
+#include <QHash>
 #include <QPainter>
 #include <QSvgRenderer>
 
+#include <memory>
+
 namespace ImageAssets {
+
+namespace {
+// Each SVG is parsed once and its renderer kept: layouts ask for sizes and views repaint often,
+// and the set of packaged images is small and fixed. GUI thread only, as painting on widgets is.
+QSvgRenderer* svgRenderer(const QString& file)
+{
+    static QHash<QString, std::shared_ptr<QSvgRenderer>> renderers;
+    auto it = renderers.find(file);
+    if (it == renderers.end())
+        it = renderers.insert(file, std::make_shared<QSvgRenderer>(file));
+    return it->get()->isValid() ? it->get() : nullptr;
+}
+} // namespace
 
 QString path(const QString& name)
 {
@@ -40,9 +56,8 @@ void paint(QPainter& painter, const QRectF& target, const QString& name)
 {
     const QString file = path(name);
     if (file.endsWith(QLatin1String(".svg"))) {
-        QSvgRenderer renderer(file);
-        if (renderer.isValid()) {
-            renderer.render(&painter, target);
+        if (QSvgRenderer* renderer = svgRenderer(file)) {
+            renderer->render(&painter, target);
             return;
         }
     } else if (QFile::exists(file)) {
@@ -50,6 +65,16 @@ void paint(QPainter& painter, const QRectF& target, const QString& name)
         return;
     }
     qCWarning(lcPlatform).noquote() << "Image asset not found:" << name;
+}
+
+QSize naturalSize(const QString& name)
+{
+    const QString file = path(name);
+    if (file.endsWith(QLatin1String(".svg"))) {
+        const QSvgRenderer* renderer = svgRenderer(file);
+        return renderer ? renderer->defaultSize() : QSize();
+    }
+    return QPixmap(file).size();
 }
 
 } // namespace ImageAssets

@@ -120,6 +120,7 @@ private Q_SLOTS:
     void splashIsReplacedByTheDashboardAfterTwoSeconds()
     {
         m_window = std::make_unique<MainWindow>();
+        QVERIFY(m_window->windowIcon().isNull());
         QElapsedTimer clock;
         clock.start();
         QPointer<SplashScreenViewController> splash
@@ -131,6 +132,8 @@ private Q_SLOTS:
         QCOMPARE(splash->subTitleLabel()->font().family(), QStringLiteral("Poppins ExtraLight"));
         QCOMPARE(splash->subTitleLabel()->font().pixelSize(), 20);
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        // The icon comes once the window is up, not before it appears.
+        QTRY_VERIFY(!m_window->windowIcon().isNull());
         screenshot(m_window.get(), QStringLiteral("splash.png"));
 
         qint64 replacedAt = -1;

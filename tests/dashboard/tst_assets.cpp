@@ -24,6 +24,19 @@ class TestAssets : public QObject
     }
 
 private Q_SLOTS:
+    // Runs before anything registers all of them: a screen reads only the fonts it names.
+    void aFontIsRegisteredWhenFirstNamed()
+    {
+        if (QFontDatabase::families().contains(QStringLiteral("Poppins Medium")))
+            QSKIP("Poppins is installed on this system");
+        const QFont font = Fonts::named(QStringLiteral("Poppins-SemiBold"), 16);
+        const QStringList families = QFontDatabase::families();
+        QVERIFY(families.contains(QStringLiteral("Poppins SemiBold")));
+        QCOMPARE(QFontInfo(font).family(), QStringLiteral("Poppins SemiBold"));
+        QVERIFY(!families.contains(QStringLiteral("Poppins Medium")));
+        QVERIFY(!families.contains(QStringLiteral("Poppins")));
+    }
+
     void fontsAreFamiliesOfTheirOwn()
     {
         Fonts::loadApplicationFonts();
