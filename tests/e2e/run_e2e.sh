@@ -4,14 +4,22 @@
 # default route), each with its own /run, D-Bus system bus and avahi-daemon. The presenter side
 # also has its own Xvfb, an XInput2 raw-event observer and an AT-SPI driver (e2e_driver.py).
 #   run_e2e.sh APP RECEIVER_SIM XI_OBSERVER X_CLICK XDND_DROP
+#   run_e2e.sh --wayland APP RECEIVER_SIM WAYLAND_OBSERVER
+# With --wayland the presenter side is a headless GNOME Wayland session instead
+# (presenter_side_wayland.sh) and the touches are watched by a Wayland client.
 # Exit status: 0 passed, 1 failed, 77 skipped (not root).
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
+presenter=$here/presenter_side.sh
+if [ "${1:-}" = --wayland ]; then
+    presenter=$here/presenter_side_wayland.sh
+    shift
+fi
 app=$1
 sim=$2
 observer=$3
-export E2E_X_CLICK=$4 E2E_XDND_DROP=$5
+export E2E_X_CLICK=${4:-} E2E_XDND_DROP=${5:-}
 if [ "$(id -u)" -ne 0 ]; then
     echo "e2e: needs root for network namespaces; skipped"
     exit 77
@@ -60,7 +68,7 @@ fi
 
 set +e
 ip netns exec "$pr" "${in_side[@]}" --interfaces v-pr --host-name e2e-presenter \
-    --workdir "$work/pr" -- "$here/presenter_side.sh" "$app" "$observer" "$work" \
+    --workdir "$work/pr" -- "$presenter" "$app" "$observer" "$work" \
     "$here/e2e_driver.py"
 status=$?
 set -e
