@@ -7,6 +7,9 @@ packages=(
     cmake ninja-build g++ pkg-config ccache
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
     libx11-dev libxtst-dev libxi-dev libavahi-client-dev libssl-dev
+    librsvg2-bin # renders the icon sizes from the icon drawing
+    # package (scripts/package.sh) and its checks: the menu entry and AppStream validators
+    build-essential debhelper dpkg-dev lintian desktop-file-utils appstream
     # run
     libqt6svg6 fonts-dejavu-core
     # test: X server, mDNS daemon, namespaces, accessibility, screenshots, benchmarks
