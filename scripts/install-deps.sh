@@ -9,6 +9,9 @@ packages=(
     libx11-dev libxtst-dev libxi-dev libavahi-client-dev libssl-dev
     # build: the Wayland pointer observer used by tests and benchmarks (xdg-shell from wayland-protocols)
     libwayland-dev wayland-protocols
+    librsvg2-bin # renders the icon sizes from the icon drawing
+    # package (scripts/package.sh) and its checks: the menu entry and AppStream validators
+    build-essential debhelper dpkg-dev lintian desktop-file-utils appstream
     # run
     libqt6svg6 fonts-dejavu-core
     # run on Wayland desktops: Qt's wayland platform; touchback through mutter or the portal needs PipeWire
