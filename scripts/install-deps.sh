@@ -7,6 +7,8 @@ packages=(
     cmake ninja-build g++ pkg-config ccache
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
     libx11-dev libxtst-dev libxi-dev libavahi-client-dev libssl-dev
+    # fuzz targets (libFuzzer needs clang); llvm-14 brings llvm-symbolizer for sanitizer stacks
+    clang-14 libfuzzer-14-dev llvm-14
     # run
     libqt6svg6 fonts-dejavu-core
     # test: X server, mDNS daemon, namespaces, accessibility, screenshots, benchmarks

@@ -10,10 +10,7 @@
 #include <QNetworkReply>
 #include <QStringDecoder>
 
-namespace {
-
-// Reads a finished heartbeat reply; returns false when the handler is not to be called.
-bool readAnswer(QNetworkReply* reply, bool& success, QString& message)
+bool PingServer::readAnswer(QNetworkReply* reply, bool& success, QString& message)
 {
     if (ReceiverSession::isTransportFailure(reply))
         return false;
@@ -40,8 +37,6 @@ bool readAnswer(QNetworkReply* reply, bool& success, QString& message)
         message = QStringLiteral("DEVICE_BUSY");
     return true;
 }
-
-} // namespace
 
 PingServer::PingServer(QObject* parent)
     : QObject(parent)
