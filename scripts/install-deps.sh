@@ -12,6 +12,8 @@ packages=(
     librsvg2-bin # renders the icon sizes from the icon drawing
     # package (scripts/package.sh) and its checks: the menu entry and AppStream validators
     build-essential debhelper dpkg-dev lintian desktop-file-utils appstream
+    # fuzz targets (libFuzzer needs clang); llvm-14 brings llvm-symbolizer for sanitizer stacks
+    clang-14 libfuzzer-14-dev llvm-14
     # run
     libqt6svg6 fonts-dejavu-core
     # run on Wayland desktops: Qt's wayland platform; touchback through mutter or the portal needs PipeWire

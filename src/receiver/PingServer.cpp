@@ -11,12 +11,8 @@
 #include <QNetworkReply>
 #include <QStringDecoder>
 
-namespace {
-
-// Reads a finished heartbeat reply (its body within the cap); returns false when the handler is
-// not to be called.
-bool readAnswer(const QNetworkReply* reply, std::optional<int> answered, const QByteArray& body,
-    bool& success, QString& message)
+bool PingServer::readAnswer(const QNetworkReply* reply, std::optional<int> answered,
+    const QByteArray& body, bool& success, QString& message)
 {
     if (!answered)
         return false;
@@ -43,8 +39,6 @@ bool readAnswer(const QNetworkReply* reply, std::optional<int> answered, const Q
         message = QStringLiteral("DEVICE_BUSY");
     return true;
 }
-
-} // namespace
 
 PingServer::PingServer(QObject* parent)
     : QObject(parent)

@@ -6,6 +6,8 @@
 #include <functional>
 #include <optional>
 
+class QNetworkReply;
+
 // One heartbeat request to the paired receiver. An instance serves one call and may be dropped
 // right after it; the request keeps what it needs alive until it completes.
 class PingServer : public QObject
@@ -23,4 +25,10 @@ public:
     void pingServerHeartbeat(const std::optional<QString>& selectedDeviceIP, Handler handler);
 
     static QString localWiFiAddress();
+
+    // Reads a finished reply, its status (none for a transport failure) and its body within
+    // the cap: prints its lines and fills success and message; returns false when the handler
+    // is not to be called. A 200 answer that is not UTF-8 text is fatal.
+    static bool readAnswer(const QNetworkReply* reply, std::optional<int> answered,
+        const QByteArray& body, bool& success, QString& message);
 };

@@ -46,6 +46,8 @@ public:
     QString searchedDomain() const { return m_domain; }
     int searchCount() const { return m_searchCount; }
     const QList<ResolveRequest>& resolveRequests() const { return m_resolveRequests; }
+    // Drops the record of resolve requests (long runs keep it from growing).
+    void forgetResolveRequests() { m_resolveRequests.clear(); }
     const QList<NetService>& pendingResolves() const { return m_pending; }
 
 private:
