@@ -1,8 +1,11 @@
 #include "Backends.h"
 
+#include "DesktopEventPoster.h"
+
 #include "discovery/DevicesListViewController.h"
 #include "platform/avahi/AvahiNetServiceBrowser.h"
-#include "platform/x11/XTestEventPoster.h"
+
+#include <QCoreApplication>
 
 #include <memory>
 
@@ -16,7 +19,10 @@ void installServiceBrowser()
 
 void installEventPoster()
 {
-    installXTestEventPoster();
+    // Owned by the application, so that its D-Bus sessions end before the bus connection does.
+    auto* poster = new DesktopEventPoster(qApp);
+    MouseEventPoster::setDefault(poster);
+    QObject::connect(poster, &QObject::destroyed, [] { MouseEventPoster::setDefault(nullptr); });
 }
 
 } // namespace Backends

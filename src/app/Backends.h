@@ -5,6 +5,8 @@
 namespace Backends {
 // The receiver list browses with the Avahi daemon.
 void installServiceBrowser();
-// Touches are posted with XTest on the application's X connection.
+// Touches are posted with the backend that suits the desktop session (XTest on X11, GNOME's
+// remote desktop service or the RemoteDesktop portal on Wayland), chosen at the first
+// touchback start.
 void installEventPoster();
 } // namespace Backends

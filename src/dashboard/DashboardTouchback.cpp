@@ -11,6 +11,7 @@
 #include "platform/Alerts.h"
 #include "platform/Logging.h"
 #include "platform/ModalState.h"
+#include "platform/MouseEventPoster.h"
 #include "receiver/HDMITouchBack.h"
 
 #include <QHostAddress>
@@ -147,6 +148,12 @@ void DashboardViewController::initiateTouchBack()
         [this, socket] { receiveOnce(socket); });
     qCInfo(lcDashboard) << "Socket Ready";
     m_isTouchBackEnabled = true;
+    // The desktop session for posting (and any permission it needs) is asked for now, so that
+    // the first touches do not wait for it. The synthesiser itself comes with the first touch.
+    if (m_mouseSimulator)
+        m_mouseSimulator->prepare();
+    else
+        MouseEventPoster::defaultPoster()->prepare();
 }
 
 void DashboardViewController::closeTouchBack()

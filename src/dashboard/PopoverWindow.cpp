@@ -209,9 +209,10 @@ void PopoverWindow::passPressToMainWindow(const QMouseEvent& event) const
     const QPoint local = window->mapFromGlobal(global);
     if (!QRect(QPoint(0, 0), window->size()).contains(local))
         return;
-    QCoreApplication::postEvent(window,
-        new QMouseEvent(QEvent::MouseButtonPress, local, local, global, event.button(),
-            event.buttons(), event.modifiers(), event.pointingDevice()));
+    // Delivered at once, not posted: the release that follows may already wait in the queue.
+    QMouseEvent press(QEvent::MouseButtonPress, local, local, global, event.button(),
+        event.buttons(), event.modifiers(), event.pointingDevice());
+    QCoreApplication::sendEvent(window, &press);
 }
 
 void PopoverWindow::keyPressEvent(QKeyEvent* event)
@@ -227,7 +228,8 @@ void PopoverWindow::hideEvent(QHideEvent* event)
 {
     qApp->removeEventFilter(this);
     QWidget::hideEvent(event);
-    if (m_anchor && m_anchor->window()->isVisible())
+    // The keyboard goes back to the main window by itself when a pop-up closes.
+    if (!m_isPopup && m_anchor && m_anchor->window()->isVisible())
         m_anchor->window()->activateWindow();
     emit closed();
 }

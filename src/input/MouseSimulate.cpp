@@ -58,6 +58,11 @@ MouseEventPoster& MouseSimulate::poster() const
     return m_poster ? *m_poster : *MouseEventPoster::defaultPoster();
 }
 
+void MouseSimulate::prepare()
+{
+    poster().prepare();
+}
+
 void MouseSimulate::initiateMouseEvent(
     QStringView event, QStringView x, QStringView y, QStringView timeStamp)
 {

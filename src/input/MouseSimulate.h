@@ -42,6 +42,10 @@ public:
     MouseSimulate(MouseEventPoster& poster, InputClock& clock, QObject* parent = nullptr);
     ~MouseSimulate() override;
 
+    // Touchback turns on: the poster gets ready (a desktop session, the user's permission)
+    // without waiting for it.
+    void prepare();
+
     // One touch report. The timestamp is handed on to mouseUp and not used for decisions.
     void initiateMouseEvent(QStringView event, QStringView x, QStringView y, qint64 timeStamp);
     // The session hands over the timestamp field as it arrived; it is read as an integer

@@ -42,6 +42,9 @@ MouseEventPoster*& installedPoster()
 
 MouseEventPoster::~MouseEventPoster() = default;
 
+void MouseEventPoster::prepare()
+{ }
+
 std::optional<MouseEvent> MouseEventPoster::createMouseEvent(MouseEventKind kind, QPointF point)
 {
     return MouseEvent {kind, point, 0};

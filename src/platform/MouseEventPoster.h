@@ -37,6 +37,11 @@ class MouseEventPoster
 public:
     virtual ~MouseEventPoster();
 
+    // Called when touchback turns on: a backend that needs a desktop session or the user's
+    // permission asks for it here (never at start-up), without waiting for the answer. Cheap
+    // once prepared, so every touchback start may call it. Does nothing by default.
+    virtual void prepare();
+
     virtual std::optional<MouseEvent> createMouseEvent(MouseEventKind kind, QPointF point);
     virtual std::optional<KeyEvent> createKeyEvent(std::uint16_t keyCode, bool down);
     virtual void postMouseEvent(const MouseEvent& event) = 0;

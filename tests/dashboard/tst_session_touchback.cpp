@@ -118,6 +118,8 @@ private Q_SLOTS:
         QCOMPARE(d().sendUdpSocket()->localAddress(), QHostAddress(QHostAddress::AnyIPv4));
         QCOMPARE(m_log->messages("orventa.dashboard").count(QStringLiteral("Socket Ready")), 1);
         QVERIFY(d().isTouchBackEnabled());
+        // Starting touchback readies the poster (a desktop session, its permission) at once.
+        QCOMPARE(m_poster.preparations(), 1);
     }
 
     void onlyTheFirstRecordIsUsed()

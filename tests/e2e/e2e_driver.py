@@ -22,6 +22,7 @@ PRESENTER_IP = "10.77.0.2"
 RECEIVER_HEX = "0a4d0001"
 RECEIVER_NAME = "E2E Room"
 SCREEN = (1440, 900)
+KEY_TAB, KEY_ENTER, KEY_SPACE = 15, 28, 57  # evdev key codes
 
 
 class Failure(Exception):
@@ -239,19 +240,24 @@ class Session:
                 GLib.MainContext.default().iteration(False) or time.sleep(0.01)
 
         def key(code):
+            """Presses a key and waits (up to 2 s) for the focus it moves."""
+            seen = len(focused)
             keyboard.key(code, True)
             keyboard.key(code, False)
-            pump(0.3)
+            end = time.monotonic() + 2
+            while len(focused) == seen and time.monotonic() < end:
+                pump(0.02)
 
-        wait_for("the application's accessible tree", self.app.root, timeout=30)
+        wait_for("the application's accessible tree", self.app.root, timeout=60)
         connect = wait_for('the "Connect" button', lambda: self.app.find("Connect"), timeout=30)
         connect.queryComponent().grabFocus()
         wait_for('focus on "Connect"', lambda: pump(0.1) or focused[-1:] == ["Connect"])
-        key(57)  # Space: the list opens and takes the focus
+        key(KEY_SPACE)  # the list opens and takes the focus
+        # Tab until the row has the focus; the row comes once discovery has found the receiver.
         wait_for(f'focus on the receiver row "{RECEIVER_NAME}"',
-                 lambda: key(15) or focused[-1:] == [RECEIVER_NAME], timeout=20)  # Tab
+                 lambda: key(KEY_TAB) or focused[-1:] == [RECEIVER_NAME], timeout=40)
         self.ok(f'receiver listed as "{RECEIVER_NAME}"')
-        key(28)  # Enter
+        key(KEY_ENTER)
         wait_for(f'"Paired to {RECEIVER_HEX}"',
                  lambda: self.app.find(f"Paired to {RECEIVER_HEX}", showing=False))
         self.ok(f'status reads "Paired to {RECEIVER_HEX}"')

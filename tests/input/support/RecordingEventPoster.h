@@ -28,12 +28,19 @@ public:
     void postMouseEvent(const MouseEvent& event) override;
     void postKeyEvent(const KeyEvent& event) override;
     std::optional<QSizeF> mainScreenSize() override;
+    void prepare() override { ++m_preparations; }
 
     void recordSleep(quint32 microseconds);
 
     const QList<Entry>& entries() const { return m_entries; }
     QList<MouseEvent> mouseEvents() const;
-    void clear() { m_entries.clear(); }
+    void clear()
+    {
+        m_entries.clear();
+        m_preparations = 0;
+    }
+    // How many times touchback asked the poster to get ready.
+    int preparations() const { return m_preparations; }
     int screenQueries() const { return m_screenQueries; }
     int mouseCreations() const { return m_mouseCreations; }
 
@@ -47,6 +54,7 @@ private:
     QList<Entry> m_entries;
     int m_screenQueries = 0;
     int m_mouseCreations = 0;
+    int m_preparations = 0;
 };
 
 // Shortcuts for expected entries.

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "PendingPointerEvents.h"
+#include "platform/MouseEventPoster.h"
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+
+class QDBusMessage;
+
+// Posts the pointer through GNOME's own remote desktop service (mutter, on the session bus):
+// a RemoteDesktop session linked to a ScreenCast session that records the monitor holding the
+// application's window. The session is started once, at the first prepare(), and kept for the
+// application's lifetime; when mutter closes it, the next prepare() or touch makes it anew.
+// Points are the monitor's logical pixels, as mutter wants them for that stream. GNOME asks
+// for no consent; it needs a running PipeWire. Touches posted while the session starts are
+// replayed when it is ready (see PendingPointerEvents). Key events are not posted.
+class MutterRemoteDesktopPoster final : public QObject, public MouseEventPoster
+{
+    Q_OBJECT
+public:
+    explicit MutterRemoteDesktopPoster(QObject* parent = nullptr);
+    ~MutterRemoteDesktopPoster() override;
+
+    void prepare() override;
+    std::optional<KeyEvent> createKeyEvent(std::uint16_t keyCode, bool down) override;
+    void postMouseEvent(const MouseEvent& event) override;
+    void postKeyEvent(const KeyEvent& event) override;
+    std::optional<QSizeF> mainScreenSize() override;
+
+    bool isRunning() const { return m_state == State::Running; }
+
+Q_SIGNALS:
+    // The session runs: touches now reach the desktop.
+    void started();
+    // Setting the session up failed; the reason was logged.
+    void failed();
+
+private Q_SLOTS:
+    void sessionClosed();
+
+private:
+    enum class State { Idle, Starting, Running, Failed };
+
+    void createRemoteDesktopSession();
+    void readSessionId();
+    void createScreenCastSession(const QString& sessionId);
+    void recordMonitor(const QString& connector);
+    void startSession();
+    void fail(const QString& step, const QDBusMessage& error);
+    void send(const MouseEvent& event);
+    void callSession(const QString& method, const QList<QVariant>& arguments);
+
+    QDBusConnection m_bus;
+    State m_state = State::Idle;
+    QString m_sessionPath;
+    QString m_screenCastPath;
+    QString m_streamPath;
+    PendingPointerEvents m_pending;
+    bool m_callErrorReported = false;
+};
