@@ -11,7 +11,8 @@ import time
 import pyatspi
 from gi.repository import GLib
 
-APP_NAMES = ("orventa-companion", "ORVENTA Companion")
+# AT-SPI names the application by Qt's application name, which is the application id.
+APP_NAMES = ("com.orventa.companion", "ORVENTA Companion")
 
 
 def wait_for(what, probe, timeout=20.0):

@@ -18,7 +18,7 @@ window=
 deadline=$((SECONDS + 30))
 while [ "$SECONDS" -lt "$deadline" ]; do
     kill -0 "$pid" 2>/dev/null || { cat "$HOME/../app.log"; echo "FAIL: the program ended early"; exit 1; }
-    window=$(xwininfo -name "$title" 2>/dev/null | sed -n 's/.*Window id: \(0x[0-9a-f]*\).*/\1/p')
+    window=$(xwininfo -name "$title" 2>/dev/null | sed -n 's/.*Window id: \(0x[0-9a-f]*\).*/\1/p') || true
     [ -n "$window" ] && xwininfo -id "$window" | grep -q 'Map State: IsViewable' && break
     window=
     sleep 0.1
@@ -31,7 +31,8 @@ echo "ok: the menu entry started $exe"
 class=$(xprop -id "$window" WM_CLASS)
 echo "$class"
 [[ $class == *"\"$app_id\"" ]] || { echo "FAIL: the window class is not $app_id"; exit 1; }
-xprop -id "$window" _NET_WM_ICON | head -n1 | grep -q 'Icon (' || { echo "FAIL: the window has no icon"; exit 1; }
+icon=$(xprop -id "$window" _NET_WM_ICON)
+[[ $icon == *"Icon ("* ]] || { echo "FAIL: the window has no icon: ${icon%%$'\n'*}"; exit 1; }
 echo "ok: the window carries its icon (_NET_WM_ICON)"
 
 "$close_helper" "$title" 5000 >/dev/null
