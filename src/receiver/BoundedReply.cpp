@@ -41,6 +41,7 @@ BoundedReply::BoundedReply(QNetworkReply* reply, Done done)
     , m_done(std::move(done))
 {
     reply->setReadBufferSize(kReadAhead);
+    m_body.reserve(kReadAhead);
     connect(reply, &QNetworkReply::metaDataChanged, this, &BoundedReply::onMetaData);
     connect(reply, &QNetworkReply::readyRead, this, &BoundedReply::onReadyRead);
     connect(reply, &QNetworkReply::finished, this, &BoundedReply::onFinished);

@@ -27,13 +27,44 @@ QString escapedChar(QChar c)
 // Quotes, backslashes and control characters escaped, so a description stays on one line.
 QString quoted(const QString& text)
 {
-    QString escaped = QStringLiteral("\"");
-    for (const QChar c : text)
-        escaped += escapedChar(c);
-    return escaped + QLatin1Char('"');
+    // Most characters stand as they are: appended directly, so a long text costs no more than
+    // a copy (a reply body may be a mebibyte).
+    QString escaped;
+    escaped.reserve(text.size() + 2);
+    escaped += QLatin1Char('"');
+    for (const QChar c : text) {
+        const bool plain
+            = c.unicode() >= 0x20 && c.unicode() != 0x7f && c != u'\\' && c != u'\'' && c != u'"';
+        if (plain)
+            escaped += c;
+        else
+            escaped += escapedChar(c);
+    }
+    escaped += QLatin1Char('"');
+    return escaped;
 }
 
 } // namespace
+
+QByteArray optionalUtf8Text(QByteArrayView utf8)
+{
+    // Only ASCII characters are escaped, and no byte of a longer UTF-8 sequence is ASCII.
+    QByteArray line;
+    line.reserve(utf8.size() + 12);
+    line += "Optional(\"";
+    qsizetype plainFrom = 0;
+    for (qsizetype i = 0; i < utf8.size(); ++i) {
+        const auto c = uchar(utf8[i]);
+        if (c >= 0x20 && c != 0x7f && c != '\\' && c != '\'' && c != '"')
+            continue;
+        line += utf8.sliced(plainFrom, i - plainFrom); // the plain run before, in one piece
+        line += escapedChar(QChar(c)).toLatin1();
+        plainFrom = i + 1;
+    }
+    line += utf8.sliced(plainFrom);
+    line += "\")";
+    return line;
+}
 
 QString optionalText(const std::optional<QString>& text)
 {

@@ -18,6 +18,9 @@ class QNetworkReply;
 namespace Describe {
 
 QString optionalText(const std::optional<QString>& text);
+// The same for text already in UTF-8 (which must be valid): Optional("text"), built on the bytes
+// so that a long reply body is escaped without a detour through UTF-16.
+QByteArray optionalUtf8Text(QByteArrayView utf8);
 QString optional(const std::optional<QString>& description);
 QString bytes(qint64 count);
 QString response(const QNetworkReply* reply);

@@ -9,7 +9,6 @@
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QStringDecoder>
 
 bool PingServer::readAnswer(const QNetworkReply* reply, std::optional<int> answered,
     const QByteArray& body, bool& success, QString& message)
@@ -25,17 +24,19 @@ bool PingServer::readAnswer(const QNetworkReply* reply, std::optional<int> answe
         return true;
     }
     success = true;
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder.decode(body);
-    if (decoder.hasError()) {
+    // The body stays in UTF-8: a long one is checked, printed and searched without copies.
+    if (!QByteArrayView(body).isValidUtf8()) {
         StdoutLine::print(
             QStringLiteral("Ping succeeded..") + Describe::optionalText(std::nullopt));
         fatalError(QStringLiteral("the heartbeat answer is not UTF-8 text"));
     }
-    StdoutLine::print(QStringLiteral("Ping succeeded..") + Describe::optionalText(text));
-    if (text.contains(QLatin1String("CAST_OFF")))
+    // As text, a leading byte order mark is not part of it.
+    const QByteArrayView text
+        = QByteArrayView(body).startsWith("\xEF\xBB\xBF") ? QByteArrayView(body).sliced(3) : body;
+    StdoutLine::print(("Ping succeeded.." + Describe::optionalUtf8Text(text)).constData());
+    if (body.contains("CAST_OFF"))
         message = QStringLiteral("CAST_OFF");
-    else if (text.contains(QLatin1String("Device is busy")))
+    else if (body.contains("Device is busy"))
         message = QStringLiteral("DEVICE_BUSY");
     return true;
 }

@@ -4,20 +4,24 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QTest>
+#include <QThread>
 
 HostProcess::HostProcess(const QString& address, int pingMs)
     : m_logPath(QDir::temp().filePath(
         QStringLiteral("robustness-host-%1.log").arg(QCoreApplication::applicationPid())))
 {
+    // Both outputs go to files: a slow reader of a pipe would hold the writer up, and the
+    // request classes print whole reply bodies on standard output.
     m_process.setStandardErrorFile(m_logPath);
+    m_process.setStandardOutputFile(m_logPath + QStringLiteral(".out"));
     m_process.start(QStringLiteral(ROBUSTNESS_HOST), {address, QString::number(pingMs)});
     m_process.waitForStarted(5000);
     QDeadlineTimer deadline(15000);
-    while (!m_output.contains("host: ready\n") && !deadline.hasExpired() && isRunning()) {
-        m_process.waitForReadyRead(100);
-        m_output += m_process.readAllStandardOutput();
-    }
-    m_ready = m_output.contains("host: ready\n");
+    while (answerAfter(0).isNull() && !deadline.hasExpired() && isRunning())
+        QThread::msleep(50);
+    m_ready = answerAfter(0) == "ready";
     if (!m_ready)
         qWarning("robustness_host did not start (%s): %s", qPrintable(m_process.errorString()),
             log().right(2000).constData());
@@ -31,20 +35,32 @@ HostProcess::~HostProcess()
         m_process.waitForFinished(3000);
     }
     QFile::remove(m_logPath);
+    QFile::remove(m_logPath + QStringLiteral(".out"));
+}
+
+QByteArray HostProcess::answerAfter(qint64 offset) const
+{
+    QFile out(m_logPath + QStringLiteral(".out"));
+    if (!out.open(QIODevice::ReadOnly) || !out.seek(offset))
+        return {};
+    const QByteArray text = out.readAll();
+    const qsizetype start
+        = text.startsWith("host: ") ? 0 : text.indexOf("\nhost: ") + 1; // a line of its own
+    const qsizetype nl = start <= 0 && !text.startsWith("host: ") ? -1 : text.indexOf('\n', start);
+    return nl < 0 ? QByteArray() : text.mid(start + 6, nl - start - 6);
 }
 
 QByteArray HostProcess::command(const QByteArray& line)
 {
-    const qsizetype from = m_output.size();
+    const qint64 from = QFileInfo(m_logPath + QStringLiteral(".out")).size();
     m_process.write(line + '\n');
+    m_process.waitForBytesWritten(1000);
     QDeadlineTimer deadline(10000);
     while (!deadline.hasExpired() && isRunning()) {
-        const qsizetype start = m_output.indexOf("host: ", from);
-        const qsizetype nl = start < 0 ? -1 : m_output.indexOf('\n', start);
-        if (nl >= 0)
-            return m_output.mid(start + 6, nl - start - 6);
-        m_process.waitForReadyRead(50);
-        m_output += m_process.readAllStandardOutput();
+        const QByteArray answer = answerAfter(from);
+        if (!answer.isNull())
+            return answer;
+        QTest::qWait(20);
     }
     return {};
 }

@@ -5,8 +5,8 @@
 #include <QString>
 #include <QStringList>
 
-// A robustness_host process: started with its standard error in a file (a flood makes many log
-// lines), driven by commands on its standard input.
+// A robustness_host process: its standard error and output go to files (a flood makes many log
+// lines, replies many printed ones), driven by commands on its standard input.
 class HostProcess
 {
 public:
@@ -24,8 +24,10 @@ public:
     QByteArray log() const;
 
 private:
+    // The first answer line printed after offset in the standard output file.
+    QByteArray answerAfter(qint64 offset) const;
+
     QString m_logPath;
     QProcess m_process;
-    QByteArray m_output;
     bool m_ready = false;
 };
