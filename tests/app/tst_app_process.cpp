@@ -16,6 +16,11 @@ class TestAppProcess : public QObject
 private Q_SLOTS:
     void closingTheWindowDuringTheSplashQuits()
     {
+#if defined(__SANITIZE_ADDRESS__)
+        // The splash lasts 2 s from start; an instrumented start alone can take that long, so
+        // there is no splash left to close. The uninstrumented suite checks this.
+        QSKIP("the start under AddressSanitizer outlasts the splash");
+#endif
         QProcess process;
         QElapsedTimer clock;
         clock.start();
