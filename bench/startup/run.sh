@@ -23,29 +23,34 @@ if [ "${STARTUP_INSIDE:-}" != 1 ]; then
 fi
 
 export QT_QPA_PLATFORM=xcb
-# mapped_ms PROGRAM: one start, in milliseconds with one decimal.
-mapped_ms() {
+# start PROGRAM: one start; prints the milliseconds to the map and the processor milliseconds.
+start() {
     local line
     line=$("$watch" "$1" 2>/dev/null </dev/null) || { echo "startup: $1 did not map a window" >&2; exit 1; }
-    awk -v l="$line" 'BEGIN { sub(/.*mapped_us=/, "", l); printf "%.1f", l / 1000 }'
+    awk -v l="$line" 'BEGIN { split(l, f, /[ =]/); printf "%.1f %.1f", f[4] / 1000, f[6] / 1000 }'
 }
-mapped_ms "$ours" >/dev/null
-mapped_ms "$ref" >/dev/null
+start "$ours" >/dev/null
+start "$ref" >/dev/null
 results=()
-echo "round ours_ms ref_ms"
+echo "round ours_ms ref_ms ours_cpu_ms ref_cpu_ms"
 for round in $(seq 1 "$rounds"); do
     if ((round % 2)); then
-        o=$(mapped_ms "$ours")
-        r=$(mapped_ms "$ref")
+        o=$(start "$ours")
+        r=$(start "$ref")
     else
-        r=$(mapped_ms "$ref")
-        o=$(mapped_ms "$ours")
+        r=$(start "$ref")
+        o=$(start "$ours")
     fi
-    echo "$round $o $r"
-    results+=("$o $r")
+    row="${o% *} ${r% *} ${o#* } ${r#* }"
+    echo "$round $row"
+    results+=("$row")
 done
 median() { sort -n | awk '{ v[NR] = $1 } END { printf "%.1f", NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
-ours_ms=$(printf '%s\n' "${results[@]}" | awk '{ print $1 }' | median)
-ref_ms=$(printf '%s\n' "${results[@]}" | awk '{ print $2 }' | median)
+column_median() { printf '%s\n' "${results[@]}" | awk -v c="$1" '{ print $c }' | median; }
+ours_ms=$(column_median 1)
+ref_ms=$(column_median 2)
 ratio=$(awk -v a="$ours_ms" -v b="$ref_ms" 'BEGIN { printf "%.2f", a / b }')
+# Processor time until the map (and the few milliseconds to the kill), for orientation on a
+# busy machine, where the wall times swing with the load.
+echo "processor time, median: ours $(column_median 3) ms, reference $(column_median 4) ms"
 echo "startup ours_ms=$ours_ms ref_ms=$ref_ms ratio=$ratio"
