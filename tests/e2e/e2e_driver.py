@@ -22,7 +22,7 @@ PRESENTER_IP = "10.77.0.2"
 RECEIVER_HEX = "0a4d0001"
 RECEIVER_NAME = "E2E Room"
 SCREEN = (1440, 900)
-KEY_TAB, KEY_ENTER, KEY_SPACE = 15, 28, 57  # evdev key codes
+KEY_ESC, KEY_TAB, KEY_ENTER, KEY_SPACE = 1, 15, 28, 57  # evdev key codes
 
 
 class Failure(Exception):
@@ -261,6 +261,11 @@ class Session:
         wait_for(f'"Paired to {RECEIVER_HEX}"',
                  lambda: self.app.find(f"Paired to {RECEIVER_HEX}", showing=False))
         self.ok(f'status reads "Paired to {RECEIVER_HEX}"')
+        # Closed as a user would: an open pop-up would take the first touch on another window
+        # for its own dismissal.
+        key(KEY_ESC)
+        wait_for("the focus back in the main window",
+                 lambda: pump(0.1) or (focused and focused[-1] != RECEIVER_NAME))
 
     def touchback_on(self):
         switch = wait_for('the "Touchback" switch', lambda: self.app.find("Touchback"))
@@ -469,8 +474,10 @@ def main():
              session.disconnect]
     if args.wayland:
         # What depends on the window system; drops from Wayland clients have their own tests.
-        # The touch steps join once touches are posted on GNOME.
-        steps = [session.pair_by_keyboard, session.touchback_on, session.cast_off]
+        # The double click's sequence differs there (the compositor drops a press of a button
+        # that is already down); the posting tests on mutter and kwin check it.
+        steps = [session.pair_by_keyboard, session.touchback_on, session.touches,
+                 session.cast_off]
     only = os.environ.get("E2E_STEPS")  # e.g. "pair,drop" while debugging one step
     if only:
         steps = [step for step in steps if step.__name__ in only.split(",")]
