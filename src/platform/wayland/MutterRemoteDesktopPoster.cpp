@@ -182,8 +182,12 @@ void MutterRemoteDesktopPoster::postMouseEvent(const MouseEvent& event)
 
 void MutterRemoteDesktopPoster::send(const MouseEvent& event)
 {
-    callSession(QStringLiteral("NotifyPointerMotionAbsolute"),
-        {m_streamPath, event.point.x(), event.point.y()});
+    // Motions, the bulk of the traffic, go out without asking for a reply (as a plain
+    // QDBusConnection::send does); buttons are rare and their answers are checked.
+    auto motion = QDBusMessage::createMethodCall(kRemoteDesktop, m_sessionPath,
+        kRemoteDesktopSession, QStringLiteral("NotifyPointerMotionAbsolute"));
+    motion << m_streamPath << event.point.x() << event.point.y();
+    m_bus.send(motion);
     if (event.kind == MouseEventKind::LeftDown || event.kind == MouseEventKind::LeftUp)
         callSession(QStringLiteral("NotifyPointerButton"),
             {kLeftButton, event.kind == MouseEventKind::LeftDown});
