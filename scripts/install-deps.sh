@@ -14,6 +14,8 @@ packages=(
     build-essential debhelper dpkg-dev lintian desktop-file-utils appstream
     # fuzz targets (libFuzzer needs clang); llvm-14 brings llvm-symbolizer for sanitizer stacks
     clang-14 libfuzzer-14-dev llvm-14
+    # build: the touch-path-wayland benchmark's reference, a plain libdbus client
+    libdbus-1-dev
     # run
     libqt6svg6 fonts-dejavu-core
     # run on Wayland desktops: Qt's wayland platform; touchback through mutter or the portal needs PipeWire
