@@ -74,8 +74,8 @@ ticks() { logged /pingServerWithIP; }
 uploads() { logged /uploadfile; }
 sample() { # prints "rss_kib fds threads"
     local rss threads fds
-    rss=$(sed -n 's/^VmRSS: *\([0-9]*\) kB/\1/p' "/proc/$app_pid/status")
-    threads=$(sed -n 's/^Threads: *//p' "/proc/$app_pid/status")
+    rss=$(awk '/^VmRSS:/ { print $2 }' "/proc/$app_pid/status")
+    threads=$(awk '/^Threads:/ { print $2 }' "/proc/$app_pid/status")
     fds=$(ls "/proc/$app_pid/fd" | wc -l)
     echo "$rss $fds $threads"
 }
