@@ -24,6 +24,7 @@ public:
     // Answers the request last reported by requestReceived.
     void respond(int status, const QByteArray& body);
     // Test-only: reads upload bodies at no more than this many bytes a second (0: no limit).
+    // Upload connections get this call (0 by default), which also bounds their read buffer.
     void setUploadRate(qint64 bytesPerSecond);
 
 signals:
