@@ -155,8 +155,10 @@ void HttpConnection::readBody()
 void HttpConnection::setUploadRate(qint64 bytesPerSecond)
 {
     m_uploadRate = bytesPerSecond;
-    // A small read buffer, so that a slow reader slows the sender down through TCP.
-    m_socket->setReadBufferSize(bytesPerSecond > 0 ? 16 * 1024 : 0);
+    // A bounded read buffer, as a receiver has: the sender waits through TCP instead of the
+    // buffer growing (which made the first upload after start the slowest); a small one when
+    // reading slowly, so that the sender slows down too.
+    m_socket->setReadBufferSize(bytesPerSecond > 0 ? 16 * 1024 : 2 * kReadChunk);
     m_rateClock.start();
     m_ratedBytes = 0;
 }

@@ -26,6 +26,7 @@ public:
     // The connection's socket, for a reply written by someone else; nothing more is read.
     QTcpSocket* socket() const { return m_socket; }
     // Test-only: reads upload bodies at no more than this many bytes a second (0: no limit).
+    // Upload connections get this call (0 by default), which also bounds their read buffer.
     void setUploadRate(qint64 bytesPerSecond);
 
 signals:
