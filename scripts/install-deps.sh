@@ -9,6 +9,8 @@ packages=(
     libx11-dev libxtst-dev libxi-dev libavahi-client-dev libssl-dev
     # build: the Wayland pointer observer used by tests and benchmarks (xdg-shell from wayland-protocols)
     libwayland-dev wayland-protocols
+    # build: the touch-path-wayland benchmark's reference, a plain libdbus client
+    libdbus-1-dev
     # run
     libqt6svg6 fonts-dejavu-core
     # run on Wayland desktops: Qt's wayland platform; touchback through mutter or the portal needs PipeWire

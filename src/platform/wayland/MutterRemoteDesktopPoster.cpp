@@ -135,7 +135,9 @@ void MutterRemoteDesktopPoster::fail(const QString& step, const QDBusMessage& er
                                      << "(" + errorText(error) + "); touches are not posted";
     m_pending.discard("the desktop session could not be started");
     if (!m_sessionPath.isEmpty()) {
-        callSession(QStringLiteral("Stop"), {});
+        // No answer wanted: after a failed Start mutter has already dropped the session.
+        m_bus.send(QDBusMessage::createMethodCall(
+            kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Stop")));
         m_sessionPath.clear();
     }
     Q_EMIT failed();
@@ -143,6 +145,8 @@ void MutterRemoteDesktopPoster::fail(const QString& step, const QDBusMessage& er
 
 void MutterRemoteDesktopPoster::sessionClosed()
 {
+    if (m_state == State::Failed)
+        return; // a session that never started; the next touchback start tries again
     qCInfo(lcInput)
         << "GNOME closed the remote desktop session; it is made anew for the next touch";
     m_state = State::Idle;
@@ -182,8 +186,12 @@ void MutterRemoteDesktopPoster::postMouseEvent(const MouseEvent& event)
 
 void MutterRemoteDesktopPoster::send(const MouseEvent& event)
 {
-    callSession(QStringLiteral("NotifyPointerMotionAbsolute"),
-        {m_streamPath, event.point.x(), event.point.y()});
+    // Motions, the bulk of the traffic, go out without asking for a reply (as a plain
+    // QDBusConnection::send does); buttons are rare and their answers are checked.
+    auto motion = QDBusMessage::createMethodCall(kRemoteDesktop, m_sessionPath,
+        kRemoteDesktopSession, QStringLiteral("NotifyPointerMotionAbsolute"));
+    motion << m_streamPath << event.point.x() << event.point.y();
+    m_bus.send(motion);
     if (event.kind == MouseEventKind::LeftDown || event.kind == MouseEventKind::LeftUp)
         callSession(QStringLiteral("NotifyPointerButton"),
             {kLeftButton, event.kind == MouseEventKind::LeftDown});

@@ -186,6 +186,8 @@ void PortalRemoteDesktopPoster::giveUp(State state, const QString& why)
 
 void PortalRemoteDesktopPoster::sessionClosed()
 {
+    if (m_state == State::Refused || m_state == State::Failed)
+        return; // closed by giveUp(), already said why
     m_sessionPath.clear();
     if (m_restoreToken.isEmpty()) {
         m_state = State::Refused;
