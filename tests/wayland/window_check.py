@@ -9,8 +9,8 @@ compositor's screen cast shows and what input posted through the compositor does
       a file dragged from another Wayland client reaches the drop area
   window_check.py DESKTOP ARTIFACTS app-id APP
       the application comes up as a native Wayland window carrying the desktop identity
-      com.orventa.companion, even with a working X display beside it (run it under
-      tests/support/with-xvfb too) and no session type or Qt platform named
+      com.orventa.companion, even with a working X display beside it (a private Xvfb) and no
+      session type or Qt platform named
 
 DESKTOP is "mutter" (input through mutter's own RemoteDesktop, screen from its ScreenCast; run it
 inside tests/support/with-mutter --wireplumber) or "kwin" (input through the RemoteDesktop portal,
@@ -267,13 +267,29 @@ def magenta_square(shot):
     return (min(xs), min(ys), max(xs) - min(xs), max(ys) - min(ys))
 
 
+def start_xvfb():
+    """A private X server beside the Wayland one; returns (process, DISPLAY)."""
+    read_end, write_end = os.pipe()
+    xvfb = subprocess.Popen(['Xvfb', '-displayfd', str(write_end), '-screen', '0', '1440x900x24',
+                             '-nolisten', 'tcp'], pass_fds=(write_end,),
+                            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    os.close(write_end)
+    with os.fdopen(read_end) as numbers:
+        number = numbers.readline().strip()
+    if not number:
+        xvfb.kill()
+        raise CheckFailed('Xvfb did not start')
+    return xvfb, ':' + number
+
+
 def check_app_id(app_path):
     env = dict(os.environ)
     # As when started from a terminal that knows only the two displays.
     for name in ('QT_QPA_PLATFORM', 'XDG_SESSION_TYPE'):
         env.pop(name, None)
-    if not env.get('DISPLAY'):
-        raise CheckFailed('app-id wants an X display beside the Wayland one')
+    if not env.get('WAYLAND_DISPLAY'):
+        raise CheckFailed('app-id runs inside a Wayland session')
+    xvfb, env['DISPLAY'] = start_xvfb()
     env['WAYLAND_DEBUG'] = 'client'
     app = Client([app_path], env=env, stream='stderr')
     try:
@@ -281,6 +297,8 @@ def check_app_id(app_path):
         print('app-id: a native Wayland window with app_id com.orventa.companion')
     finally:
         app.stop()
+        xvfb.terminate()
+        xvfb.wait()
 
 
 def main(argv):
