@@ -188,7 +188,8 @@ int main(int argc, char** argv)
     if (const char* dump = std::getenv("TOUCH_PATH_DUMP"); dump && *dump) {
         if (FILE* out = std::fopen(dump, "w")) {
             for (long long i = 0; i < count; ++i)
-                std::fprintf(out, "%lld %lld %lld\n", i, sentAt[std::size_t(i)], seenAt[std::size_t(i)]);
+                std::fprintf(
+                    out, "%lld %lld %lld\n", i, sentAt[std::size_t(i)], seenAt[std::size_t(i)]);
             std::fclose(out);
         }
     }
