@@ -17,9 +17,17 @@
 namespace {
 
 constexpr int kReceivers = 500;
-constexpr int kListDeadlineMs = 20000;
 // Allowed growth over a whole announce-and-withdraw round once the first one has warmed up.
 constexpr qint64 kRssMarginKiB = 1024;
+#if defined(__SANITIZE_ADDRESS__)
+// AddressSanitizer holds freed memory back in quarantine and slows the rows' handling: the rows
+// are checked there with a longer deadline, the memory by the uninstrumented suite only.
+constexpr bool kMeasuresMemory = false;
+constexpr int kListDeadlineMs = 40000;
+#else
+constexpr bool kMeasuresMemory = true;
+constexpr int kListDeadlineMs = 20000;
+#endif
 
 qint64 residentKiB()
 {
@@ -95,7 +103,7 @@ private slots:
     {
         const qint64 start = residentKiB();
         announceAndWithdraw("first round");
-        if (QTest::currentTestFailed())
+        if (QTest::currentTestFailed() || !kMeasuresMemory)
             return;
         const qint64 warm = residentKiB();
         announceAndWithdraw("second round");
