@@ -48,6 +48,8 @@ private slots:
         QCOMPARE(PingServer::localWiFiAddress(), QStringLiteral("10.99.0.2"));
     }
 
+    void cleanup() { QVERIFY(abortRepliesInFlight()); }
+
     void sharedClientWaitsSixtySeconds()
     {
         QCOMPARE(ReceiverSession::shared()->transferTimeout(), 60000);
@@ -286,11 +288,10 @@ private slots:
         StdoutCapture out;
         HDMITouchBack touchback;
         touchback.enableHDMITouchback(true, false, QStringLiteral("192.168.1.20"));
-        // A reply of an earlier test may still print first; this one's line must come.
-        const QByteArray url = "URL: http://192.168.1.20:5000/enableWifiTouchback?ip="
-                               "192.168.1.31&enable=true&hidemenu=false&isHDMI=false,";
-        QTRY_VERIFY(std::any_of(out.lines().cbegin(), out.lines().cend(),
-            [&url](const QByteArray& line) { return line.contains(url); }));
+        QTRY_COMPARE(out.lines().size(), 1);
+        QVERIFY2(out.lines()[0].contains("URL: http://192.168.1.20:5000/enableWifiTouchback?ip="
+                                         "192.168.1.31&enable=true&hidemenu=false&isHDMI=false,"),
+            out.lines()[0]);
         QTRY_COMPARE(sim.requests().size(), 1); // the log line may follow the answer
         QCOMPARE(sim.requests().value(0)["peer"].toString(), QStringLiteral("192.168.1.20"));
     }
@@ -305,7 +306,7 @@ private slots:
         QVERIFY(ipCommand(QStringLiteral("route del default")));
         const auto cleanup = qScopeGuard(
             [] { ipCommand(QStringLiteral("route add default via 10.99.0.1 dev d0")); });
-        const qsizetype before = repliesInFlight(); // the first reply may still be alive
+        const qsizetype before = repliesInFlight(); // the first reply may still be on its way
         touchback.enableHDMITouchback(true, true, QStringLiteral("127.0.0.19"));
         QCOMPARE(touchback.obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0.19")));
         QCOMPARE(touchback.enableHDMITouchbackValue(), std::optional(QStringLiteral("false")));

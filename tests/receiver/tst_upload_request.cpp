@@ -83,6 +83,8 @@ private slots:
         QCOMPARE(ReceiverSession::shared()->transferTimeout(), 60000);
     }
 
+    void cleanup() { QVERIFY(abortRepliesInFlight()); }
+
     void bodyBytesOnTheWire_data()
     {
         QTest::addColumn<QByteArray>("content");

@@ -8,7 +8,7 @@
 #include <QTest>
 #include <QThread>
 
-HostProcess::HostProcess(const QString& address, int pingMs)
+HostProcess::HostProcess(const QString& address, int pingMs, const QStringList& extra)
     : m_logPath(QDir::temp().filePath(
         QStringLiteral("robustness-host-%1.log").arg(QCoreApplication::applicationPid())))
 {
@@ -16,7 +16,8 @@ HostProcess::HostProcess(const QString& address, int pingMs)
     // request classes print whole reply bodies on standard output.
     m_process.setStandardErrorFile(m_logPath);
     m_process.setStandardOutputFile(m_logPath + QStringLiteral(".out"));
-    m_process.start(QStringLiteral(ROBUSTNESS_HOST), {address, QString::number(pingMs)});
+    m_process.start(
+        QStringLiteral(ROBUSTNESS_HOST), QStringList {address, QString::number(pingMs)} + extra);
     m_process.waitForStarted(5000);
     QDeadlineTimer deadline(15000);
     while (answerAfter(0).isNull() && !deadline.hasExpired() && isRunning())

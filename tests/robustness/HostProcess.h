@@ -10,7 +10,8 @@
 class HostProcess
 {
 public:
-    HostProcess(const QString& address, int pingMs);
+    // extra: further arguments of robustness_host ("browse").
+    HostProcess(const QString& address, int pingMs, const QStringList& extra = {});
     ~HostProcess();
 
     bool isReady() const { return m_ready; }

@@ -6,12 +6,16 @@
 //   lag        print "lag max_ms=N" (the longest a 10 ms main-thread timer was late since the
 //              last "lag") and start measuring anew
 //   state      print "state touchback=0|1 socket=<state> ping=0|1"
+//   rows       print "rows N", the rows of the receiver list (with "browse" only)
 // Answers are lines starting "host: "; prints "host: ready" once the switch has been turned on.
-//   robustness_host ADDRESS [PING_MS]
+//   robustness_host ADDRESS [PING_MS [browse]]
+// browse: the receiver list browses the network through the Avahi daemon too.
 #include "app/Backends.h"
 #include "app/MainStoryboard.h"
 #include "controls/OrbSwitch.h"
 #include "dashboard/DashboardViewController.h"
+#include "discovery/DeviceTableView.h"
+#include "discovery/DevicesListViewController.h"
 #include "platform/Alerts.h"
 #include "platform/Fonts.h"
 
@@ -24,6 +28,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <memory>
 #include <unistd.h>
 
 namespace {
@@ -55,7 +60,8 @@ private:
     qint64 m_max = 0;
 };
 
-void runCommand(const QByteArray& command, DashboardViewController& dashboard, LagProbe& lag)
+void runCommand(const QByteArray& command, DashboardViewController& dashboard, LagProbe& lag,
+    DevicesListViewController* list)
 {
     if (command == "alert") {
         QTimer::singleShot(
@@ -72,6 +78,8 @@ void runCommand(const QByteArray& command, DashboardViewController& dashboard, L
         say("state touchback=" + QByteArray::number(dashboard.isTouchBackEnabled())
             + " socket=" + QByteArray::number(socket ? int(socket->state()) : -1)
             + " ping=" + QByteArray::number(dashboard.pingTimer() != nullptr));
+    } else if (command == "rows" && list) {
+        say("rows " + QByteArray::number(list->devicesTableView()->numberOfRows()));
     } else {
         say("error: unknown command " + command);
     }
@@ -83,7 +91,7 @@ int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
     if (argc < 2) {
-        std::fprintf(stderr, "usage: robustness_host ADDRESS [PING_MS]\n");
+        std::fprintf(stderr, "usage: robustness_host ADDRESS [PING_MS [browse]]\n");
         return 2;
     }
     Fonts::loadApplicationFonts();
@@ -96,6 +104,12 @@ int main(int argc, char** argv)
     dashboard.resize(900, 600);
     dashboard.show();
     LagProbe lag;
+    std::unique_ptr<DevicesListViewController> list;
+    if (argc > 3 && qstrcmp(argv[3], "browse") == 0) {
+        Backends::installServiceBrowser();
+        list = std::make_unique<DevicesListViewController>();
+        list->loadViewIfNeeded();
+    }
     const QString address = QString::fromLocal8Bit(argv[1]);
     dashboard.didPickCastingDeviceWithIP(
         address, QStringLiteral("7f000001"), QStringLiteral("Room 12"));
@@ -113,7 +127,7 @@ int main(int argc, char** argv)
         }
         pending.append(buffer, n);
         for (qsizetype nl; (nl = pending.indexOf('\n')) >= 0; pending.remove(0, nl + 1))
-            runCommand(pending.left(nl).trimmed(), dashboard, lag);
+            runCommand(pending.left(nl).trimmed(), dashboard, lag, list.get());
     });
     say("ready");
     return app.exec();

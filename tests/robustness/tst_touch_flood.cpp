@@ -44,12 +44,14 @@ QByteArray floodDatagram(int i)
 struct FloodResult
 {
     qint64 sent = 0;
+    qint64 elapsedMs = 0;
     qint64 maxRssKiB = 0;
     QList<qint64> perSecondKiB; // resident memory at each second
 };
 
 // Sends the mix to the touch port at kRate a second for the given time, sampling the host's
-// resident memory every 100 ms.
+// resident memory every 100 ms. A sender starved of CPU (a loaded machine) catches up afterwards:
+// the flood always has its full count, only then a little longer.
 FloodResult flood(const HostProcess& host, int milliseconds)
 {
     FloodResult result;
@@ -61,8 +63,9 @@ FloodResult flood(const HostProcess& host, int milliseconds)
     QElapsedTimer clock;
     clock.start();
     qint64 lastSample = -100;
-    while (clock.elapsed() < milliseconds) {
-        const qint64 due = clock.nsecsElapsed() / 1000 * kRate / 1000000;
+    const qint64 total = qint64(kRate) * milliseconds / 1000;
+    while (result.sent < total) {
+        const qint64 due = std::min(total, clock.nsecsElapsed() / 1000 * kRate / 1000000);
         for (; result.sent < due; ++result.sent) {
             const QByteArray datagram = floodDatagram(int(result.sent));
             ::sendto(fd, datagram.constData(), size_t(datagram.size()), 0,
@@ -78,6 +81,7 @@ FloodResult flood(const HostProcess& host, int milliseconds)
         ::usleep(200);
     }
     ::close(fd);
+    result.elapsedMs = clock.elapsed();
     return result;
 }
 
@@ -161,11 +165,11 @@ private slots:
         const FloodResult result = flood(host, 10000);
         QVERIFY(settle(host));
         const qint64 after = host.residentKiB();
-        qInfo("flood sent=%lld rss_before_kib=%lld rss_after_kib=%lld rss_max_kib=%lld",
-            result.sent, before, after, result.maxRssKiB);
+        qInfo("flood sent=%lld elapsed_ms=%lld rss_before_kib=%lld rss_after_kib=%lld "
+              "rss_max_kib=%lld",
+            result.sent, result.elapsedMs, before, after, result.maxRssKiB);
         qInfo() << "flood rss per second (KiB):" << result.perSecondKiB;
         QVERIFY(host.isRunning());
-        QVERIFY(result.sent >= 10 * kRate * 95 / 100);
         QVERIFY2(after - before <= kMaxGrowthKiB, qPrintable(QString::number(after - before)));
         touchStillMovesThePointer();
         QVERIFY(host.log().contains("Dropped a touch datagram"));
@@ -186,9 +190,9 @@ private slots:
         QCOMPARE(host.command("dismiss"), QByteArray("ok dismiss"));
         QVERIFY(settle(host));
         const qint64 after = host.residentKiB();
-        qInfo("flood-alert sent=%lld rss_before_kib=%lld rss_during_kib=%lld rss_after_kib=%lld "
-              "rss_max_kib=%lld",
-            result.sent, before, during, after, result.maxRssKiB);
+        qInfo("flood-alert sent=%lld elapsed_ms=%lld rss_before_kib=%lld rss_during_kib=%lld "
+              "rss_after_kib=%lld rss_max_kib=%lld",
+            result.sent, result.elapsedMs, before, during, after, result.maxRssKiB);
         QVERIFY(host.isRunning());
         QVERIFY2(result.maxRssKiB - before <= kMaxGrowthKiB,
             qPrintable(QString::number(result.maxRssKiB - before)));
