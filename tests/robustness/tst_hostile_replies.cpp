@@ -13,6 +13,13 @@ namespace {
 constexpr int kRunMs = 5000;
 constexpr qint64 kMaxLagMs = 100;
 constexpr qint64 kMaxGrowthKiB = 16 * 1024;
+#if defined(__SANITIZE_ADDRESS__)
+// AddressSanitizer holds freed memory back in quarantine, so resident memory says nothing about
+// what the session keeps: memory is checked by the uninstrumented suite only.
+constexpr bool kMeasuresMemory = false;
+#else
+constexpr bool kMeasuresMemory = true;
+#endif
 } // namespace
 
 class TestHostileReplies : public QObject
@@ -73,7 +80,8 @@ private slots:
             lagMs, before, maxRss);
         QVERIFY(host.isRunning());
         QVERIFY2(lag.startsWith("lag max_ms=") && lagMs <= maxLagMs, lag.constData());
-        QVERIFY2(maxRss - before <= kMaxGrowthKiB, qPrintable(QString::number(maxRss - before)));
+        QVERIFY2(!kMeasuresMemory || maxRss - before <= kMaxGrowthKiB,
+            qPrintable(QString::number(maxRss - before)));
         const QByteArray now = host.command("state");
         if (state.contains("ping=1"))
             QVERIFY(sim.requests().size() >= 4); // the heartbeat kept asking

@@ -23,6 +23,13 @@ namespace {
 
 constexpr int kRate = 20000;
 constexpr qint64 kMaxGrowthKiB = 2048;
+#if defined(__SANITIZE_ADDRESS__)
+// AddressSanitizer holds freed memory back in quarantine, so resident memory says nothing about
+// what the session keeps: memory is checked by the uninstrumented suite only.
+constexpr bool kMeasuresMemory = false;
+#else
+constexpr bool kMeasuresMemory = true;
+#endif
 
 QByteArray floodDatagram(int i)
 {
@@ -170,7 +177,8 @@ private slots:
             result.sent, result.elapsedMs, before, after, result.maxRssKiB);
         qInfo() << "flood rss per second (KiB):" << result.perSecondKiB;
         QVERIFY(host.isRunning());
-        QVERIFY2(after - before <= kMaxGrowthKiB, qPrintable(QString::number(after - before)));
+        QVERIFY2(!kMeasuresMemory || after - before <= kMaxGrowthKiB,
+            qPrintable(QString::number(after - before)));
         touchStillMovesThePointer();
         QVERIFY(host.log().contains("Dropped a touch datagram"));
     }
@@ -194,9 +202,10 @@ private slots:
               "rss_after_kib=%lld rss_max_kib=%lld",
             result.sent, result.elapsedMs, before, during, after, result.maxRssKiB);
         QVERIFY(host.isRunning());
-        QVERIFY2(result.maxRssKiB - before <= kMaxGrowthKiB,
+        QVERIFY2(!kMeasuresMemory || result.maxRssKiB - before <= kMaxGrowthKiB,
             qPrintable(QString::number(result.maxRssKiB - before)));
-        QVERIFY2(after - before <= kMaxGrowthKiB, qPrintable(QString::number(after - before)));
+        QVERIFY2(!kMeasuresMemory || after - before <= kMaxGrowthKiB,
+            qPrintable(QString::number(after - before)));
         const QByteArray log = host.log();
         QCOMPARE(log.count("Dropping touch datagrams: "), 1);
         QVERIFY(log.contains("touch datagrams that came while the waiting list was full"));
