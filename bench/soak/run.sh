@@ -22,12 +22,8 @@ fi
 
 # Loopback, and a veth pair whose end carries the default route, so the application has a local
 # address for its requests. The receiver simulator answers on 127.0.0.1.
-ip link set lo up
-ip link add sk0 type veth peer name sk1
-ip addr add 10.78.0.1/24 dev sk0
-ip link set sk1 up
-ip link set sk0 up
-ip route add default dev sk0
+. "$root/bench/private-net.sh"
+private_route
 
 ticks_target=${SOAK_TICKS:-21600}
 interval=${SOAK_HEARTBEAT_MS:-25}

@@ -21,12 +21,8 @@ if [ "${TOUCH_PATH_INSIDE:-}" != 1 ]; then
     exec unshare --net --pid --fork --kill-child --mount-proc "$root/tests/support/with-mutter" "$0" "$@"
 fi
 
-ip link set lo up
-ip link add tp0 type veth peer name tp1
-ip addr add 10.77.0.1/24 dev tp0
-ip link set tp1 up
-ip link set tp0 up
-ip route add default dev tp0
+. "$root/bench/private-net.sh"
+private_route
 
 rate=${TOUCH_PATH_RATE:-250}
 seconds=${TOUCH_PATH_SECONDS:-10}

@@ -25,12 +25,8 @@ fi
 
 # Inside: loopback, and a veth pair whose end carries the default route, so the application has
 # a local address to put in its requests. The receiver simulator answers them on 127.0.0.1.
-ip link set lo up
-ip link add tp0 type veth peer name tp1
-ip addr add 10.77.0.1/24 dev tp0
-ip link set tp1 up
-ip link set tp0 up
-ip route add default dev tp0
+. "$root/bench/private-net.sh"
+private_route
 
 rate=${TOUCH_PATH_RATE:-1000}
 seconds=${TOUCH_PATH_SECONDS:-10}
