@@ -11,13 +11,11 @@
 
 #include <chrono>
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr auto kProgressInterval = std::chrono::milliseconds(100);
-constexpr int kSenderNice = 19; // the sending thread's nice value
 
 // Qt's client asks for an answer in the system's language (English for the C locale).
 QByteArray acceptLanguage()
@@ -95,11 +93,7 @@ UploadReply::UploadReply(const QNetworkRequest& request, const UploadBodyDevice&
         lastReport = now;
         QMetaObject::invokeMethod(this, &UploadReply::reportProgress, Qt::QueuedConnection);
     };
-    m_thread.reset(QThread::create([this, progress] {
-        // Background work: the main thread (touches, the window) wins the CPU when both want it.
-        ::setpriority(PRIO_PROCESS, ::gettid(), kSenderNice);
-        m_outcome = m_sender->run(progress);
-    }));
+    m_thread.reset(QThread::create([this, progress] { m_outcome = m_sender->run(progress); }));
     connect(m_thread.get(), &QThread::finished, this, &UploadReply::complete);
     m_thread->start();
 }
