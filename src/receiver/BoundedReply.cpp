@@ -1,9 +1,11 @@
 #include "receiver/BoundedReply.h"
 
 #include "platform/Logging.h"
+#include "receiver/ConnectionShutdown.h"
 #include "receiver/ReceiverSession.h"
 #include "receiver/ReplyLimits.h"
 
+#include <QHostAddress>
 #include <QNetworkReply>
 #include <QTimer>
 
@@ -70,6 +72,7 @@ void BoundedReply::dropForHeaders(const char* why)
     qCWarning(lcReceiver, "Reply from %s dropped: its header block %s",
         qUtf8Printable(m_reply->url().toString()), why);
     m_reply->abort();
+    closeConnection();
 }
 
 void BoundedReply::onReadyRead()
@@ -91,6 +94,19 @@ void BoundedReply::cut()
         qUtf8Printable(m_reply->url().toString()), qlonglong(ReplyLimits::maxBodyBytes));
     m_body = withoutBrokenTail(std::move(m_body));
     m_reply->abort(); // finishes the reply, with what was read as its answer
+    closeConnection();
+}
+
+void BoundedReply::closeConnection()
+{
+    // Qt 6.4's HTTP thread reads on while the receiver keeps sending (a header block byte by
+    // byte), and only then gets to the abort: that thread, and every later request, could wait
+    // on it for good. The connection is shut down under it; the reset ends its read. Other
+    // connections to the same receiver go too: it is sending what no receiver sends.
+    const QUrl url = m_reply->url();
+    const QHostAddress address(url.host());
+    if (!address.isNull())
+        ConnectionShutdown::shutdownConnectionsTo(address, quint16(url.port(80)));
 }
 
 void BoundedReply::onFinished()

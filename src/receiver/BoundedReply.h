@@ -41,6 +41,7 @@ private:
     void onReadyRead();
     void onFinished();
     void cut();
+    void closeConnection();
 
     QNetworkReply* m_reply;
     Done m_done;
