@@ -37,10 +37,8 @@ if [[ " $stages " == *" asan "* ]]; then
         export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1"
         cd "$root/build/asan"
         # The packaging tests build and install the release package, not this tree: the ci
-        # stage has run them. The instrumented build runs several times slower, and one test
-        # (tst_wayland_posting_gnome's first landing) has failed once that way: a failing test
-        # gets one more try here, and its first failure stays in the log.
-        ctest --output-on-failure --timeout 1200 -j2 -LE packaging --repeat until-pass:2 "$@"
+        # stage has run them.
+        ctest --output-on-failure --timeout 1200 -j2 -LE packaging "$@"
     )
 fi
 

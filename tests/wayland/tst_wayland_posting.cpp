@@ -51,6 +51,11 @@ private slots:
     {
         PointerObserver observer;
         QVERIFY2(observer.start(), qPrintable(observer.log()));
+        // mutter scales a new window in from its centre for 250 ms. A pointer that enters it then
+        // gets coordinates of the scaled window, and no motion follows when the scaling ends
+        // (seen: entered at 355.09 for 360). The first touch lands once the remote session is up,
+        // which can be sooner; the window is left to finish appearing first.
+        QTest::qWait(600);
 
         LogCapture log;
         Backends::installEventPoster();
