@@ -81,6 +81,13 @@ echo "soak: $ticks_target ticks at $interval ms, $touches_target touches at $rat
 printf 'seconds ticks touches uploads rss_kib fds threads\n' >"$work/samples"
 started=$SECONDS
 events=0 rss_start='' fds_start='' rss_max=0
+# What the application's descriptors are, by kind, and its TCP connections by peer.
+describe_fds() {
+    echo "descriptors $1: $(for f in /proc/"$app_pid"/fd/*; do readlink "$f"; done 2>/dev/null \
+        | sed 's/:\[.*//; s|^/.*|file|' | sort | uniq -c | tr -s ' \n' ' ')"
+    echo "connections $1: $(ss -Htn state established 2>/dev/null | awk '{print $4}' | sort \
+        | uniq -c | tr -s ' \n' ' ')"
+}
 while :; do
     sleep "$sample_s"
     kill -0 "$app_pid" 2>/dev/null || { echo "soak: the application ended" >&2; cat "$work/app.err" >&2; exit 1; }
@@ -91,6 +98,7 @@ while :; do
     ((rss > rss_max)) && rss_max=$rss
     if [ -z "$rss_start" ] && ((t >= ticks_target / 10)); then
         rss_start=$rss fds_start=$fds
+        describe_fds "after warm-up"
     fi
     # One upload and one switch cycle per hundredth of the ticks.
     while ((events < uploads_target && t >= (events + 1) * ticks_target / (uploads_target + 1))); do
@@ -104,6 +112,7 @@ done
 for _ in $(seq 1 100); do (($(uploads) >= uploads_target)) && break; sleep 0.2; done
 sleep "$sample_s"
 read -r rss_end fds_end threads_end < <(sample)
+describe_fds "at the end"
 ((rss_end > rss_max)) && rss_max=$rss_end
 grep -c '^alert:' "$work/app.err" | sed 's/^/alerts: /' || true
 echo "threads at the end: $threads_end; wall time $((SECONDS - started)) s"
