@@ -6,23 +6,19 @@
 //   upload PATH   uploads the file as a drop would (after the usual short delay)
 //   cycle         the touchback switch off, then on again on the next event loop pass
 // Prints "ready" once the touch socket is bound; ends when standard input closes.
-#include "controls/OrbSwitch.h"
+#include "BenchDashboard.h"
 #include "dashboard/DashboardViewController.h"
 #include "platform/AlertPresenter.h"
 #include "platform/Alerts.h"
 #include "platform/x11/XTestEventPoster.h"
 
 #include <QApplication>
-#include <QHostAddress>
-#include <QSocketNotifier>
 #include <QTimer>
-#include <QUdpSocket>
 #include <QUrl>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 
 namespace {
 class LoggingAlertPresenter final : public AlertPresenter
@@ -34,20 +30,15 @@ public:
     }
 };
 
-void toggle(DashboardViewController& dashboard, bool on)
-{
-    dashboard.wirelessTouchSwitch()->setChecked(on);
-    dashboard.wirelessTouchSwitchToggled(dashboard.wirelessTouchSwitch());
-}
-
 void runCommand(DashboardViewController& dashboard, const QByteArray& line)
 {
     if (line.startsWith("upload ")) {
         dashboard.uploadFileWithURL(
             QUrl::fromLocalFile(QString::fromLocal8Bit(line.mid(7).trimmed())));
     } else if (line == "cycle") {
-        toggle(dashboard, false);
-        QTimer::singleShot(0, &dashboard, [&dashboard] { toggle(dashboard, true); });
+        BenchDashboard::setTouchback(dashboard, false);
+        QTimer::singleShot(
+            0, &dashboard, [&dashboard] { BenchDashboard::setTouchback(dashboard, true); });
     } else if (!line.isEmpty()) {
         std::fprintf(stderr, "soak-app: unknown command %s\n", line.constData());
     }
@@ -69,35 +60,11 @@ int main(int argc, char** argv)
     DashboardViewController dashboard;
     dashboard.setGeometry(0, 0, 900, 600);
     dashboard.show();
-    const QString receiver = QString::fromLocal8Bit(argv[1]);
-    const quint32 ip = QHostAddress(receiver).toIPv4Address();
-    dashboard.didPickCastingDeviceWithIP(
-        receiver, QString::number(ip, 16).rightJustified(8, u'0'), QStringLiteral("Soak Room"));
-    toggle(dashboard, true);
-
-    QTimer readiness;
-    QObject::connect(&readiness, &QTimer::timeout, &app, [&] {
-        QUdpSocket* socket = dashboard.sendUdpSocket();
-        if (socket && socket->state() == QAbstractSocket::BoundState) {
-            readiness.stop();
-            std::printf("ready\n");
-            std::fflush(stdout);
-        }
-    });
-    readiness.start(10);
-
-    QByteArray pending;
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
-        char buffer[4096];
-        const ssize_t n = ::read(STDIN_FILENO, buffer, sizeof buffer);
-        if (n <= 0) {
-            QCoreApplication::quit();
-            return;
-        }
-        pending.append(buffer, n);
-        for (qsizetype end; (end = pending.indexOf('\n')) >= 0; pending.remove(0, end + 1))
-            runCommand(dashboard, pending.left(end));
-    });
+    BenchDashboard::pair(dashboard, QString::fromLocal8Bit(argv[1]), QStringLiteral("Soak Room"));
+    BenchDashboard::setTouchback(dashboard, true);
+    BenchDashboard::announceReadyWhen(
+        &app, [&] { return BenchDashboard::touchSocketBound(dashboard); });
+    BenchDashboard::readCommands(
+        &app, [&dashboard](const QByteArray& line) { runCommand(dashboard, line); });
     return app.exec();
 }

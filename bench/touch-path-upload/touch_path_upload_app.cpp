@@ -5,7 +5,7 @@
 // standard input: "upload FILE" starts uploading FILE to the receiver, again each time an upload
 // ends, and prints "uploading"; "stop" ends that after the running upload, which prints
 // "uploads=N" (the uploads that completed). It ends when standard input closes.
-#include "controls/OrbSwitch.h"
+#include "BenchDashboard.h"
 #include "dashboard/DashboardViewController.h"
 #include "platform/x11/XTestEventPoster.h"
 #include "receiver/ReceiverSession.h"
@@ -13,24 +13,12 @@
 
 #include <QApplication>
 #include <QFileInfo>
-#include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QSocketNotifier>
-#include <QTimer>
-#include <QUdpSocket>
-#include <QVariantAnimation>
 
 #include <cstdio>
-#include <unistd.h>
 
 namespace {
-
-void printLine(const char* line)
-{
-    std::printf("%s\n", line);
-    std::fflush(stdout);
-}
 
 // Uploads one file again and again, each through the same request class the dashboard uses.
 class UploadLoop : public QObject
@@ -47,7 +35,7 @@ public:
                 if (m_running)
                     startOne();
                 else
-                    printLine(QByteArray("uploads=" + QByteArray::number(m_completed)).constData());
+                    BenchDashboard::printLine("uploads=" + QByteArray::number(m_completed));
             });
     }
     void start(const QString& path)
@@ -56,7 +44,7 @@ public:
         m_running = true;
         m_completed = 0;
         startOne();
-        printLine("uploading");
+        BenchDashboard::printLine("uploading");
     }
     void stop() { m_running = false; }
 
@@ -90,42 +78,19 @@ int main(int argc, char** argv)
     dashboard.setGeometry(0, 0, 900, 600);
     dashboard.show();
     const QString receiver = QString::fromLocal8Bit(argv[1]);
-    const quint32 ip = QHostAddress(receiver).toIPv4Address();
-    dashboard.didPickCastingDeviceWithIP(
-        receiver, QString::number(ip, 16).rightJustified(8, u'0'), QStringLiteral("Bench Room"));
-    dashboard.wirelessTouchSwitch()->setChecked(true);
-    dashboard.wirelessTouchSwitchToggled(dashboard.wirelessTouchSwitch());
-
-    QTimer readiness;
-    QObject::connect(&readiness, &QTimer::timeout, &app, [&] {
-        QUdpSocket* socket = dashboard.sendUdpSocket();
-        const bool settled = dashboard.wirelessTouchSwitch()->layerAnimation()->state()
-            == QAbstractAnimation::Stopped;
-        if (socket && socket->state() == QAbstractSocket::BoundState && settled) {
-            readiness.stop();
-            printLine("ready");
-        }
+    BenchDashboard::pair(dashboard, receiver, QStringLiteral("Bench Room"));
+    BenchDashboard::setTouchback(dashboard, true);
+    BenchDashboard::announceReadyWhen(&app, [&] {
+        return BenchDashboard::touchSocketBound(dashboard)
+            && BenchDashboard::switchSettled(dashboard);
     });
-    readiness.start(10);
 
     UploadLoop uploads(receiver);
-    QByteArray pending;
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
-        char buffer[4096];
-        const ssize_t n = ::read(STDIN_FILENO, buffer, sizeof buffer);
-        if (n <= 0) {
-            QCoreApplication::quit();
-            return;
-        }
-        pending.append(buffer, n);
-        for (qsizetype nl; (nl = pending.indexOf('\n')) >= 0; pending.remove(0, nl + 1)) {
-            const QByteArray line = pending.left(nl).trimmed();
-            if (line.startsWith("upload "))
-                uploads.start(QString::fromLocal8Bit(line.mid(7)));
-            else if (line == "stop")
-                uploads.stop();
-        }
+    BenchDashboard::readCommands(&app, [&uploads](const QByteArray& line) {
+        if (line.startsWith("upload "))
+            uploads.start(QString::fromLocal8Bit(line.mid(7)));
+        else if (line == "stop")
+            uploads.stop();
     });
     return app.exec();
 }

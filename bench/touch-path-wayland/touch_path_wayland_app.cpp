@@ -4,21 +4,15 @@
 //   touch-path-wayland-app RECEIVER_ADDRESS
 // Prints "ready" once the touch socket is bound, the switch has stopped animating and the
 // desktop session runs; ends when standard input closes.
+#include "BenchDashboard.h"
 #include "app/Backends.h"
 #include "app/DesktopEventPoster.h"
-#include "controls/OrbSwitch.h"
 #include "dashboard/DashboardViewController.h"
 #include "platform/wayland/MutterRemoteDesktopPoster.h"
 
 #include <QApplication>
-#include <QHostAddress>
-#include <QSocketNotifier>
-#include <QTimer>
-#include <QUdpSocket>
-#include <QVariantAnimation>
 
 #include <cstdio>
-#include <unistd.h>
 
 int main(int argc, char** argv)
 {
@@ -32,34 +26,14 @@ int main(int argc, char** argv)
     DashboardViewController dashboard;
     dashboard.resize(900, 600);
     dashboard.show();
-    const QString receiver = QString::fromLocal8Bit(argv[1]);
-    const quint32 ip = QHostAddress(receiver).toIPv4Address();
-    dashboard.didPickCastingDeviceWithIP(
-        receiver, QString::number(ip, 16).rightJustified(8, u'0'), QStringLiteral("Bench Room"));
-    dashboard.wirelessTouchSwitch()->setChecked(true);
-    dashboard.wirelessTouchSwitchToggled(dashboard.wirelessTouchSwitch());
-
-    QTimer readiness;
-    QObject::connect(&readiness, &QTimer::timeout, &app, [&] {
-        QUdpSocket* socket = dashboard.sendUdpSocket();
-        const bool settled = dashboard.wirelessTouchSwitch()->layerAnimation()->state()
-            == QAbstractAnimation::Stopped;
+    BenchDashboard::pair(dashboard, QString::fromLocal8Bit(argv[1]), QStringLiteral("Bench Room"));
+    BenchDashboard::setTouchback(dashboard, true);
+    BenchDashboard::announceReadyWhen(&app, [&] {
         auto* mutter
             = poster ? dynamic_cast<MutterRemoteDesktopPoster*>(poster->backend()) : nullptr;
-        if (socket && socket->state() == QAbstractSocket::BoundState && settled && mutter
-            && mutter->isRunning()) {
-            readiness.stop();
-            std::printf("ready\n");
-            std::fflush(stdout);
-        }
+        return BenchDashboard::touchSocketBound(dashboard)
+            && BenchDashboard::switchSettled(dashboard) && mutter && mutter->isRunning();
     });
-    readiness.start(10);
-
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
-        char buffer[256];
-        if (::read(STDIN_FILENO, buffer, sizeof buffer) <= 0)
-            QCoreApplication::quit();
-    });
+    BenchDashboard::readCommands(&app, [](const QByteArray&) {});
     return app.exec();
 }

@@ -6,21 +6,15 @@
 // otherwise count more ticks).
 // Prints "ready" once the touch socket is bound and the switch has stopped animating (so the
 // figures hold the touch path only); ends when standard input closes.
-#include "controls/OrbSwitch.h"
+#include "BenchDashboard.h"
 #include "dashboard/DashboardViewController.h"
 #include "platform/x11/XTestEventPoster.h"
 
 #include <QApplication>
-#include <QHostAddress>
-#include <QSocketNotifier>
-#include <QTimer>
-#include <QUdpSocket>
-#include <QVariantAnimation>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 
 int main(int argc, char** argv)
 {
@@ -37,31 +31,12 @@ int main(int argc, char** argv)
     // The benchmark's touches land outside this rectangle (see run.sh).
     dashboard.setGeometry(0, 0, 900, 600);
     dashboard.show();
-    const QString receiver = QString::fromLocal8Bit(argv[1]);
-    const quint32 ip = QHostAddress(receiver).toIPv4Address();
-    dashboard.didPickCastingDeviceWithIP(
-        receiver, QString::number(ip, 16).rightJustified(8, u'0'), QStringLiteral("Bench Room"));
-    dashboard.wirelessTouchSwitch()->setChecked(true);
-    dashboard.wirelessTouchSwitchToggled(dashboard.wirelessTouchSwitch());
-
-    QTimer readiness;
-    QObject::connect(&readiness, &QTimer::timeout, &app, [&] {
-        QUdpSocket* socket = dashboard.sendUdpSocket();
-        const bool settled = dashboard.wirelessTouchSwitch()->layerAnimation()->state()
-            == QAbstractAnimation::Stopped;
-        if (socket && socket->state() == QAbstractSocket::BoundState && settled) {
-            readiness.stop();
-            std::printf("ready\n");
-            std::fflush(stdout);
-        }
+    BenchDashboard::pair(dashboard, QString::fromLocal8Bit(argv[1]), QStringLiteral("Bench Room"));
+    BenchDashboard::setTouchback(dashboard, true);
+    BenchDashboard::announceReadyWhen(&app, [&] {
+        return BenchDashboard::touchSocketBound(dashboard)
+            && BenchDashboard::switchSettled(dashboard);
     });
-    readiness.start(10);
-
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
-        char buffer[256];
-        if (::read(STDIN_FILENO, buffer, sizeof buffer) <= 0)
-            QCoreApplication::quit();
-    });
+    BenchDashboard::readCommands(&app, [](const QByteArray&) {});
     return app.exec();
 }
