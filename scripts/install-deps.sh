@@ -7,6 +7,7 @@ packages=(
     cmake ninja-build g++ pkg-config ccache
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
     libx11-dev libxtst-dev libxi-dev libavahi-client-dev libssl-dev
+    libcurl4-openssl-dev # the receiver requests' HTTP client
     # build: the Wayland pointer observer used by tests and benchmarks (xdg-shell from wayland-protocols)
     libwayland-dev wayland-protocols
     librsvg2-bin # renders the icon sizes from the icon drawing

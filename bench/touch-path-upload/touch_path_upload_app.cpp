@@ -11,10 +11,9 @@
 #include "receiver/ReceiverSession.h"
 #include "receiver/UploadDataToHost.h"
 
+#include "receiver/ReceiverReply.h"
 #include <QApplication>
 #include <QFileInfo>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 
 #include <cstdio>
 
@@ -27,8 +26,8 @@ public:
     explicit UploadLoop(QString receiver)
         : m_receiver(std::move(receiver))
     {
-        connect(ReceiverSession::shared(), &QNetworkAccessManager::finished, this,
-            [this](QNetworkReply* reply) {
+        connect(ReceiverSession::shared(), &ReceiverHttpClient::finished, this,
+            [this](ReceiverReply* reply) {
                 if (reply->url().port() != 5505)
                     return; // a heartbeat
                 ++m_completed;

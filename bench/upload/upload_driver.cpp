@@ -3,10 +3,9 @@
 #include "receiver/ReceiverSession.h"
 #include "receiver/UploadDataToHost.h"
 
+#include "receiver/ReceiverReply.h"
 #include <QCoreApplication>
 #include <QFileInfo>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 
 #include <cstdio>
 
@@ -23,9 +22,9 @@ int main(int argc, char** argv)
         return 1;
     }
     int status = 0;
-    QObject::connect(ReceiverSession::shared(), &QNetworkAccessManager::finished, &app,
-        [&](QNetworkReply* reply) {
-            status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    QObject::connect(
+        ReceiverSession::shared(), &ReceiverHttpClient::finished, &app, [&](ReceiverReply* reply) {
+            status = reply->status().value_or(0);
             QCoreApplication::quit();
         });
     auto* upload = new UploadDataToHost;

@@ -14,9 +14,9 @@
 #include "receiver/UploadData.h"
 #include "receiver/UploadDataToHost.h"
 
+#include "receiver/ReceiverReply.h"
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QNetworkReply>
 #include <QStandardPaths>
 #include <QUrl>
 
@@ -132,19 +132,19 @@ void DashboardViewController::uploadFile(const QUrl& fileUrl)
     // The request owns what it needs once started; this object can go right away.
     auto upload = std::make_unique<UploadDataToHost>();
     connect(upload.get(), &UploadDataToHost::started, this,
-        [this, fileName](QNetworkReply* reply) { showUploadProgress(reply, fileName); });
+        [this, fileName](ReceiverReply* reply) { showUploadProgress(reply, fileName); });
     upload->initWithFileType(fileType, data, fileName, m_selectedDeviceIPAddress);
     upload->upload();
 }
 
 // A row in the drop area for as long as the upload runs; its outcome is reported as before.
-void DashboardViewController::showUploadProgress(QNetworkReply* reply, const QString& fileName)
+void DashboardViewController::showUploadProgress(ReceiverReply* reply, const QString& fileName)
 {
     auto* row = new UploadProgressView(fileName, ui->uploadProgressList);
     ui->uploadProgressList->layout()->addWidget(row);
     ui->uploadProgressList->show();
-    connect(reply, &QNetworkReply::uploadProgress, row, &UploadProgressView::setProgress);
-    connect(reply, &QNetworkReply::finished, row, [this, row] {
+    connect(reply, &ReceiverReply::uploadProgress, row, &UploadProgressView::setProgress);
+    connect(reply, &ReceiverReply::finished, row, [this, row] {
         delete row;
         if (ui->uploadProgressList->findChildren<UploadProgressView*>().isEmpty())
             ui->uploadProgressList->hide();

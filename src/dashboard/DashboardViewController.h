@@ -28,7 +28,7 @@ class MouseSimulate;
 class OrbSwitch;
 class QHostAddress;
 class QLabel;
-class QNetworkReply;
+class ReceiverReply;
 class QAbstractButton;
 class QPushButton;
 class QTimer;
@@ -179,7 +179,7 @@ private:
     void clearWaitingTouches();
     qsizetype splitFirstRecord(QByteArrayView bytes, std::array<QStringView, 4>& fields);
     void uploadFile(const QUrl& fileUrl);
-    void showUploadProgress(QNetworkReply* reply, const QString& fileName);
+    void showUploadProgress(ReceiverReply* reply, const QString& fileName);
     QString uploadFileType(const QString& extension) const;
 
     std::unique_ptr<Ui::DashboardViewController> ui;

@@ -1,6 +1,7 @@
 #include "receiver/Describe.h"
 
-#include <QNetworkReply>
+#include "receiver/ReceiverReply.h"
+
 #include <QStringList>
 
 #include <utility>
@@ -81,19 +82,18 @@ QString bytes(qint64 count)
     return QStringLiteral("%1 bytes").arg(count);
 }
 
-QString response(const QNetworkReply* reply)
+QString response(const ReceiverReply* reply)
 {
     QStringList headerTexts;
-    for (const auto& [name, value] : reply->rawHeaderPairs())
+    for (const auto& [name, value] : reply->headers())
         headerTexts << quoted(QString::fromLatin1(name)) + QStringLiteral(": ")
                 + quoted(QString::fromLatin1(value));
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     return QStringLiteral("<HTTPURLResponse: URL: %1, status code: %2, headers: {%3}>")
-        .arg(reply->url().toString(), QString::number(status.toInt()),
+        .arg(reply->url().toString(), QString::number(reply->status().value_or(0)),
             headerTexts.join(QStringLiteral(", ")));
 }
 
-QString optionalResponse(const QNetworkReply* reply)
+QString optionalResponse(const ReceiverReply* reply)
 {
     return reply ? optional(response(reply)) : optional(std::nullopt);
 }

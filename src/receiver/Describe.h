@@ -7,7 +7,7 @@
 
 #include <optional>
 
-class QNetworkReply;
+class ReceiverReply;
 
 // Readable descriptions of the values the request classes print on standard output. Kept in
 // one place so every line has the same form:
@@ -23,8 +23,8 @@ QString optionalText(const std::optional<QString>& text);
 QByteArray optionalUtf8Text(QByteArrayView utf8);
 QString optional(const std::optional<QString>& description);
 QString bytes(qint64 count);
-QString response(const QNetworkReply* reply);
-QString optionalResponse(const QNetworkReply* reply);
+QString response(const ReceiverReply* reply);
+QString optionalResponse(const ReceiverReply* reply);
 // A header record in its own order: ["Name": "value", ...]
 QString headers(const QList<QPair<QByteArray, QByteArray>>& headers);
 

@@ -2,13 +2,9 @@
 
 #include "platform/FatalError.h"
 #include "platform/StdoutLine.h"
-#include "receiver/BoundedReply.h"
 #include "receiver/Describe.h"
 #include "receiver/LocalAddress.h"
 #include "receiver/ReceiverSession.h"
-
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 
 namespace {
 QString flagWord(bool value)
@@ -48,12 +44,10 @@ void HDMITouchBack::enableHDMITouchback(
     if (!url)
         return;
 
-    QNetworkRequest request = ReceiverSession::jsonRequest(*url);
-    QNetworkReply* reply = ReceiverSession::shared()->get(request);
+    ReceiverReply* reply = ReceiverSession::shared()->get(*url, ReceiverSession::jsonHeaders());
     // The body is not looked at, but it is still read only up to its cap.
-    BoundedReply::read(
-        reply, [](QNetworkReply* finished, std::optional<int> status, const QByteArray&) {
-            if (status)
-                StdoutLine::print(Describe::optionalResponse(finished));
-        });
+    connect(reply, &ReceiverReply::finished, reply, [reply] {
+        if (reply->status())
+            StdoutLine::print(Describe::optionalResponse(reply));
+    });
 }

@@ -2,20 +2,16 @@
 
 #include "platform/FatalError.h"
 #include "platform/StdoutLine.h"
-#include "receiver/BoundedReply.h"
 #include "receiver/Describe.h"
 #include "receiver/LocalAddress.h"
 #include "receiver/ReceiverSession.h"
 
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
-
-bool PingServer::readAnswer(const QNetworkReply* reply, std::optional<int> answered,
+bool PingServer::readAnswer(const QString& response, std::optional<int> answered,
     const QByteArray& body, bool& success, QString& message)
 {
     if (!answered)
         return false;
-    StdoutLine::print(Describe::optionalResponse(reply));
+    StdoutLine::print(response);
     const int status = *answered;
     StdoutLine::print(QStringLiteral("statusCode: %1").arg(status));
     if (status != 200) {
@@ -67,15 +63,13 @@ void PingServer::pingServerHeartbeat(
     if (!url)
         return;
 
-    QNetworkRequest request = ReceiverSession::jsonRequest(*url);
-    QNetworkReply* reply = ReceiverSession::shared()->get(request);
+    ReceiverReply* reply = ReceiverSession::shared()->get(*url, ReceiverSession::jsonHeaders());
     // The reply holds the handler; this object may be gone by the time it finishes.
-    BoundedReply::read(reply,
-        [handler = std::move(handler)](
-            QNetworkReply* finished, std::optional<int> status, const QByteArray& body) {
-            bool success = false;
-            QString message;
-            if (readAnswer(finished, status, body, success, message))
-                handler(success, message);
-        });
+    connect(reply, &ReceiverReply::finished, reply, [reply, handler = std::move(handler)] {
+        bool success = false;
+        QString message;
+        const QString response = reply->status() ? Describe::optionalResponse(reply) : QString();
+        if (readAnswer(response, reply->status(), reply->body(), success, message))
+            handler(success, message);
+    });
 }

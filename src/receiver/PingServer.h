@@ -6,8 +6,6 @@
 #include <functional>
 #include <optional>
 
-class QNetworkReply;
-
 // One heartbeat request to the paired receiver. An instance serves one call and may be dropped
 // right after it; the request keeps what it needs alive until it completes.
 class PingServer : public QObject
@@ -26,9 +24,10 @@ public:
 
     static QString localWiFiAddress();
 
-    // Reads a finished reply, its status (none for a transport failure) and its body within
-    // the cap: prints its lines and fills success and message; returns false when the handler
-    // is not to be called. A 200 answer that is not UTF-8 text is fatal.
-    static bool readAnswer(const QNetworkReply* reply, std::optional<int> answered,
+    // Reads a finished reply: its printed description, its status (none for a transport
+    // failure) and its body within the cap. Prints its lines and fills success and message;
+    // returns false when the handler is not to be called. A 200 answer that is not UTF-8 text
+    // is fatal.
+    static bool readAnswer(const QString& response, std::optional<int> answered,
         const QByteArray& body, bool& success, QString& message);
 };

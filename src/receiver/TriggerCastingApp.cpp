@@ -2,14 +2,11 @@
 
 #include "platform/FatalError.h"
 #include "platform/StdoutLine.h"
-#include "receiver/BoundedReply.h"
 #include "receiver/Describe.h"
 #include "receiver/ReceiverSession.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 
 std::shared_ptr<TriggerCastingApp> TriggerCastingApp::create()
 {
@@ -29,19 +26,17 @@ void TriggerCastingApp::triggerCastService(const std::optional<QString>& selecte
     const QByteArray body
         = QJsonDocument(QJsonObject {{QStringLiteral("key"), QStringLiteral("ACTION_CAST")}})
               .toJson(QJsonDocument::Compact);
-    QNetworkRequest request = ReceiverSession::jsonRequest(*url);
     StdoutLine::print(Describe::optional(Describe::bytes(body.size())));
 
-    QNetworkReply* reply = ReceiverSession::shared()->post(request, body);
+    ReceiverReply* reply
+        = ReceiverSession::shared()->post(*url, ReceiverSession::jsonHeaders(), body);
     // The completion holds the object until it has run.
-    BoundedReply::read(reply,
-        [self = shared_from_this()](
-            QNetworkReply* finished, std::optional<int> status, const QByteArray& answer) {
-            if (!status)
-                return;
-            StdoutLine::print(Describe::optionalResponse(finished));
-            // Invalid sequences become U+FFFD; the status code is not looked at.
-            self->m_obtainedDeviceIP = QString::fromUtf8(answer);
-            emit self->obtainedDeviceIPChanged();
-        });
+    connect(reply, &ReceiverReply::finished, reply, [reply, self = shared_from_this()] {
+        if (!reply->status())
+            return;
+        StdoutLine::print(Describe::optionalResponse(reply));
+        // Invalid sequences become U+FFFD; the status code is not looked at.
+        self->m_obtainedDeviceIP = QString::fromUtf8(reply->body());
+        emit self->obtainedDeviceIPChanged();
+    });
 }

@@ -7,10 +7,8 @@
 #include "platform/StdoutLine.h"
 #include "receiver/Describe.h"
 #include "receiver/ReceiverSession.h"
-#include "receiver/UploadBodyDevice.h"
 
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
+#include <QIODevice>
 #include <QUuid>
 
 namespace {
@@ -28,12 +26,12 @@ bool carriesLineBreak(const QByteArray& value)
     return value.contains('\r') || value.contains('\n');
 }
 
-void finishUpload(QNetworkReply* reply)
+void finishUpload(const ReceiverReply* reply)
 {
-    if (ReceiverSession::isTransportFailure(reply))
+    if (!reply->status())
         return;
     StdoutLine::print(Describe::optionalResponse(reply));
-    const int status = *ReceiverSession::httpStatus(reply);
+    const int status = *reply->status();
     if (status == 500)
         showAlert(QStringLiteral("Server error while uploading. Please try again."));
     else if (status == 200)
@@ -135,11 +133,10 @@ void UploadDataToHost::startRequest(
     StdoutLine::print(QStringLiteral("request: ") + Describe::optional(Describe::headers(headers))
         + QLatin1Char(' ') + Describe::optional(QString::number(bodySize)));
 
-    // Same order as the record; only the length on the wire is the body's true one (Qt would
-    // otherwise send the smaller declared value and cut the body short).
-    QNetworkRequest request(url);
+    // Same order as the record; only the length on the wire is the body's true one.
+    QList<QPair<QByteArray, QByteArray>> wireHeaders;
     for (const auto& [name, value] : headers)
-        request.setRawHeader(name, name == "Content-Length" ? QByteArray::number(bodySize) : value);
+        wireHeaders.append({name, name == "Content-Length" ? QByteArray::number(bodySize) : value});
 
     std::unique_ptr<QIODevice> file(m_data->openDevice());
     if (!file) {
@@ -148,14 +145,10 @@ void UploadDataToHost::startRequest(
         showAlert(QStringLiteral("File Upload failed."));
         return;
     }
-    // The shared client hands a body device to its own upload sender (ReceiverAccessManager).
-    auto* body = new UploadBodyDevice(head, std::move(file), m_data->size(), tail);
-    QNetworkReply* reply = ReceiverSession::shared()->post(request, body);
-    body->setParent(reply);
+    // The body is streamed from the file; nothing of it is held here.
+    ReceiverReply* reply = ReceiverSession::shared()->upload(
+        url, wireHeaders, head, std::move(file), m_data->size(), tail);
     // The reply owns everything the completion needs; this object may be dropped at once.
-    QObject::connect(reply, &QNetworkReply::finished, reply, [reply] {
-        reply->deleteLater();
-        finishUpload(reply);
-    });
+    QObject::connect(reply, &ReceiverReply::finished, reply, [reply] { finishUpload(reply); });
     emit started(reply);
 }

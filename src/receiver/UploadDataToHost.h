@@ -12,7 +12,7 @@
 
 #include <optional>
 
-class QNetworkReply;
+class ReceiverReply;
 
 // Sends one file to the paired receiver as a multipart/form-data POST to port 5505. Made per
 // file and dropped by the caller at once: the running request owns what it needs and reports
@@ -42,7 +42,7 @@ public:
 signals:
     // The request went out (emitted inside upload()): its reply reports uploadProgress() and
     // finished() until it ends. Only for showing progress; it changes nothing of the request.
-    void started(QNetworkReply* reply);
+    void started(ReceiverReply* reply);
 
 private:
     void startRequest(const QUrl& url, const QList<QPair<QByteArray, QByteArray>>& headers,

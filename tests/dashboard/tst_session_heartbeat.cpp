@@ -92,7 +92,7 @@ private Q_SLOTS:
         // A reply still on its way would be counted by the next test (the answers are counted
         // by their printed lines); aborted, it ends here as a transport failure that prints
         // nothing. On a slow machine (sanitizers) the last automatic ticks are often in flight.
-        for (QNetworkReply* reply : ReceiverSession::shared()->findChildren<QNetworkReply*>())
+        for (ReceiverReply* reply : ReceiverSession::shared()->findChildren<ReceiverReply*>())
             reply->abort();
         DashboardViewController::setPingIntervalForTesting(0ms);
         m_stdout.reset();

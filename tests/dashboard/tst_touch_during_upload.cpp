@@ -6,11 +6,10 @@
 #include "platform/x11/XTestEventPoster.h"
 #include "receiver/ReceiverSession.h"
 
+#include "receiver/ReceiverReply.h"
 #include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
 #include <QPointer>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -67,9 +66,9 @@ private:
     QList<QPoint> m_seen;
 };
 
-QPointer<QNetworkReply> runningUpload()
+QPointer<ReceiverReply> runningUpload()
 {
-    for (QNetworkReply* reply : ReceiverSession::shared()->findChildren<QNetworkReply*>())
+    for (ReceiverReply* reply : ReceiverSession::shared()->findChildren<ReceiverReply*>())
         if (reply->url().port() == 5505 && !reply->isFinished())
             return reply;
     return nullptr;
@@ -113,9 +112,9 @@ private Q_SLOTS:
             && dashboard->sendUdpSocket()->state() == QAbstractSocket::BoundState);
         dashboard->uploadFileURL(QUrl::fromLocalFile(file.fileName()));
         QTRY_VERIFY_WITH_TIMEOUT(runningUpload(), 5000);
-        const QPointer<QNetworkReply> upload = runningUpload();
+        const QPointer<ReceiverReply> upload = runningUpload();
         qint64 sentAtStart = 0;
-        connect(upload, &QNetworkReply::uploadProgress, this,
+        connect(upload, &ReceiverReply::uploadProgress, this,
             [&](qint64 sent) { sentAtStart = sentAtStart ? sentAtStart : sent; });
         QTRY_VERIFY(sentAtStart > 0);
 

@@ -1,41 +1,25 @@
-// The heartbeat reply as the application reads it: status, transport error, headers and body.
-// Input: two bytes of status, one byte choosing a transport error, then header lines
-// ("Name: value") up to an empty line, then the body. A 200 answer whose body is not UTF-8 text
-// ends the process by design; such inputs are recognised and skipped, everything else must be
-// read without a crash and give one of the described outcomes.
-#include "FakeReply.h"
+// The heartbeat reply as the application reads what the HTTP client hands over: header lines,
+// the body within its cap, the answer's status, and the heartbeat's status and keyword rules.
+// Input: one byte (bit 0: the transfer ended without an error; the other bits: how often the
+// body is fed again, to reach the cap), then the reply as sent: a status line and header lines
+// each ending in "\n" up to an empty line, then the body. A 200 answer whose body is not UTF-8
+// text ends the process by design; such inputs are recognised and skipped, everything else must
+// be read without a crash, within the caps, and give one of the described outcomes.
 #include "FuzzApplication.h"
 
 #include "receiver/PingServer.h"
-#include "receiver/ReceiverSession.h"
+#include "receiver/ReplyReader.h"
 
 #include <QStringDecoder>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
 namespace {
-constexpr std::array kErrors {QNetworkReply::NoError, QNetworkReply::RemoteHostClosedError,
-    QNetworkReply::TimeoutError, QNetworkReply::OperationCanceledError,
-    QNetworkReply::ContentNotFoundError, QNetworkReply::InternalServerError,
-    QNetworkReply::ProxyAuthenticationRequiredError, QNetworkReply::UnknownContentError};
-
-QList<QPair<QByteArray, QByteArray>> parseHeaders(QByteArrayView block)
-{
-    QList<QPair<QByteArray, QByteArray>> headers;
-    for (const QByteArray& line : block.toByteArray().split('\n')) {
-        const qsizetype colon = line.indexOf(':');
-        if (colon > 0)
-            headers.append({line.left(colon), line.mid(colon + 1).trimmed()});
-    }
-    return headers;
-}
-
-bool isUtf8AsTheReplyReadsIt(const QByteArray& body)
+bool isUtf8(const QByteArray& body)
 {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder.decode(body); // decoding happens on the conversion
+    const QString text = decoder.decode(body);
     Q_UNUSED(text)
     return !decoder.hasError();
 }
@@ -44,31 +28,46 @@ bool isUtf8AsTheReplyReadsIt(const QByteArray& body)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fuzz::application();
-    if (size < 3)
+    if (size < 1)
         return 0;
-    const int status = 100 + (data[0] << 8 | data[1]) % 500;
-    const auto error = kErrors[data[2] % kErrors.size()];
-    const QByteArrayView rest(reinterpret_cast<const char*>(data) + 3, qsizetype(size) - 3);
-    const qsizetype split = rest.indexOf("\n\n");
-    const auto headers = parseHeaders(split < 0 ? QByteArrayView() : rest.first(split));
-    const QByteArray body = (split < 0 ? rest : rest.sliced(split + 2)).toByteArray();
+    const bool completed = data[0] & 1;
+    const int repeats = 1 + (data[0] >> 1) * 20;
+    QByteArrayView rest(reinterpret_cast<const char*>(data) + 1, qsizetype(size) - 1);
 
-    const bool answered
-        = error == QNetworkReply::NoError || error >= QNetworkReply::ProxyConnectionRefusedError;
-    if (answered && status == 200 && !isUtf8AsTheReplyReadsIt(body))
+    ReplyReader reader;
+    bool open = true; // false once a callback has ended the transfer
+    qint64 headerBytes = 0;
+    while (open && !rest.isEmpty()) {
+        const qsizetype end = rest.indexOf('\n');
+        const QByteArrayView line = end < 0 ? rest : rest.first(end + 1);
+        rest = rest.sliced(line.size());
+        headerBytes += line.size();
+        open = reader.takeHeaderLine(line);
+        if (line.trimmed().isEmpty() && reader.status() >= 200)
+            break; // the final answer's block has ended
+    }
+    if (!open && headerBytes <= ReplyLimits::maxHeaderBytes)
+        __builtin_trap();
+    for (int i = 0; open && i < repeats && !rest.isEmpty(); ++i)
+        open = reader.takeBody(rest);
+    if (reader.body().size() > ReplyLimits::maxBodyBytes)
+        __builtin_trap();
+    if (!open && !reader.headerBlockTooLarge() && !reader.bodyCut())
+        __builtin_trap();
+
+    const std::optional<int> status = reader.answer(completed && open);
+    if (status && *status == 200 && !isUtf8(reader.body()))
         return 0; // the described fatal path
-
-    FakeReply reply(status, error, headers, body);
     bool success = false;
     QString message;
-    const std::optional<int> answeredStatus = ReceiverSession::isTransportFailure(&reply)
-        ? std::nullopt
-        : ReceiverSession::httpStatus(&reply);
-    const bool handled = PingServer::readAnswer(&reply, answeredStatus, body, success, message);
-    if (handled != answered || (handled && success != (status == 200)))
+    const bool handled = PingServer::readAnswer(
+        QStringLiteral("response"), status, reader.body(), success, message);
+    if (handled != status.has_value() || (handled && success != (*status == 200)))
         __builtin_trap();
     if (!message.isEmpty() && message != QLatin1String("CAST_OFF")
         && message != QLatin1String("DEVICE_BUSY"))
+        __builtin_trap();
+    if (message == QLatin1String("CAST_OFF") && !reader.body().contains("CAST_OFF"))
         __builtin_trap();
     return 0;
 }

@@ -2,15 +2,14 @@
 
 #include "receiver/ReceiverSession.h"
 
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
+#include "receiver/ReceiverReply.h"
 #include <QTest>
 
 // A request that goes out makes its reply, a child of the shared manager, before the call that
 // sent it returns: comparing this count before and after a call tells whether it sent anything.
 inline qsizetype repliesInFlight()
 {
-    return ReceiverSession::shared()->findChildren<QNetworkReply*>().size();
+    return ReceiverSession::shared()->findChildren<ReceiverReply*>().size();
 }
 
 // Ends every reply still on its way and waits until each is gone. Called between test functions:
@@ -18,7 +17,7 @@ inline qsizetype repliesInFlight()
 // Aborted, a reply ends as a transport failure, which prints, answers and alerts nothing.
 inline bool abortRepliesInFlight()
 {
-    for (QNetworkReply* reply : ReceiverSession::shared()->findChildren<QNetworkReply*>())
+    for (ReceiverReply* reply : ReceiverSession::shared()->findChildren<ReceiverReply*>())
         reply->abort();
     return QTest::qWaitFor([] { return repliesInFlight() == 0; }, 5000);
 }

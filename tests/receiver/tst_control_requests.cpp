@@ -11,8 +11,7 @@
 #include "receiver/ReceiverSession.h"
 #include "receiver/TriggerCastingApp.h"
 
-#include <QNetworkAccessManager>
-#include <QNetworkReply>
+#include "receiver/ReceiverReply.h"
 #include <QSignalSpy>
 #include <QTest>
 
@@ -177,7 +176,7 @@ private slots:
 
     void pingSilentCases()
     {
-        QSignalSpy finished(ReceiverSession::shared(), &QNetworkAccessManager::finished);
+        QSignalSpy finished(ReceiverSession::shared(), &ReceiverHttpClient::finished);
         HandlerCalls calls;
         // An address with a space does not make a URL: nothing is sent.
         PingServer().pingServerHeartbeat(QStringLiteral("127.0.0 .14"), calls.handler());
@@ -196,7 +195,7 @@ private slots:
         QVERIFY(sim.command("silent /pingServerWithIP").startsWith("ok"));
         ReceiverSession::setTransferTimeoutForTesting(300);
         const auto restore = qScopeGuard([] { ReceiverSession::setTransferTimeoutForTesting(0); });
-        QSignalSpy finished(ReceiverSession::shared(), &QNetworkAccessManager::finished);
+        QSignalSpy finished(ReceiverSession::shared(), &ReceiverHttpClient::finished);
         StdoutCapture out;
         HandlerCalls calls;
         PingServer().pingServerHeartbeat(QStringLiteral("127.0.0.15"), calls.handler());
@@ -318,7 +317,7 @@ private slots:
     void touchbackSilentCases()
     {
         StdoutCapture out;
-        QSignalSpy finished(ReceiverSession::shared(), &QNetworkAccessManager::finished);
+        QSignalSpy finished(ReceiverSession::shared(), &ReceiverHttpClient::finished);
         HDMITouchBack touchback;
         touchback.enableHDMITouchback(true, false, QStringLiteral("127.0.0.20 "));
         QCOMPARE(touchback.obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0.20 ")));
@@ -395,7 +394,7 @@ private slots:
     void castTriggerSilentCases()
     {
         StdoutCapture out;
-        QSignalSpy finished(ReceiverSession::shared(), &QNetworkAccessManager::finished);
+        QSignalSpy finished(ReceiverSession::shared(), &ReceiverHttpClient::finished);
         auto cast = TriggerCastingApp::create();
         cast->triggerCastService(QStringLiteral("127.0.0 .32")); // no URL: nothing sent or printed
         QCOMPARE(cast->obtainedDeviceIP(), std::optional(QStringLiteral("127.0.0 .32")));
@@ -412,16 +411,18 @@ private slots:
     {
         // "http://:5000/ws" is a URL without a host; the network layer refuses to send it.
         // The reply is deleted once handled, so its error is read while it finishes.
-        QList<QNetworkReply::NetworkError> errors;
-        const QMetaObject::Connection recorder
-            = connect(ReceiverSession::shared(), &QNetworkAccessManager::finished, this,
-                [&errors](QNetworkReply* reply) { errors.append(reply->error()); });
+        QStringList errors;
+        const QMetaObject::Connection recorder = connect(ReceiverSession::shared(),
+            &ReceiverHttpClient::finished, this, [&errors](ReceiverReply* reply) {
+                QVERIFY(!reply->status());
+                errors.append(reply->errorString());
+            });
         auto cast = TriggerCastingApp::create();
         cast->triggerCastService(QString());
         QCOMPARE(cast->obtainedDeviceIP(), std::optional(QString()));
         QTRY_COMPARE(errors.size(), 1);
         disconnect(recorder);
-        QVERIFY(errors.first() != QNetworkReply::NoError);
+        QVERIFY(!errors.first().isEmpty());
         QCOMPARE(cast->obtainedDeviceIP(), std::optional(QString()));
     }
 };

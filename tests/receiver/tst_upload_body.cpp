@@ -1,12 +1,10 @@
-// The upload body pieces, the streaming body device and the printed descriptions.
+// The upload body pieces, the upload data and the printed descriptions.
 #include "receiver/Describe.h"
-#include "receiver/UploadBodyDevice.h"
 #include "receiver/UploadData.h"
 #include "receiver/UploadDataToHost.h"
 
 #include <QBuffer>
 #include <QRegularExpression>
-#include <QTemporaryFile>
 #include <QTest>
 
 class UploadBodyTest : public QObject
@@ -57,50 +55,6 @@ private slots:
             QByteArray("--B\r\nContent-Disposition: form-data; name=\"k\"\r\n\r\nv\r\n"
                        "--B\r\nContent-Disposition: form-data; name=\"f\"; filename=\"n\"\r\n"
                        "Content-Type: t\r\n\r\n"));
-    }
-
-    void deviceStreamsHeadFileTail_data()
-    {
-        QTest::addColumn<int>("chunk");
-        QTest::newRow("1") << 1;
-        QTest::newRow("7") << 7;
-        QTest::newRow("16 KiB") << 16384;
-        QTest::newRow("1 MiB") << (1 << 20);
-    }
-
-    void deviceStreamsHeadFileTail()
-    {
-        QFETCH(int, chunk);
-        QByteArray content(100000, Qt::Uninitialized);
-        for (int i = 0; i < content.size(); ++i)
-            content[i] = char(i * 31);
-        QTemporaryFile file;
-        QVERIFY(file.open());
-        file.write(content);
-        file.flush();
-        const auto data = UploadData::fromFile(file.fileName());
-        QVERIFY(data);
-        QVERIFY(data->isFileBacked());
-        QCOMPARE(data->size(), content.size());
-        UploadBodyDevice device(
-            "HEAD", std::unique_ptr<QIODevice>(data->openDevice()), data->size(), "TAIL");
-        QVERIFY(!device.isSequential());
-        QCOMPARE(device.size(), content.size() + 8);
-        QByteArray read;
-        while (true) {
-            const QByteArray piece = device.read(chunk);
-            if (piece.isEmpty())
-                break;
-            read += piece;
-        }
-        QVERIFY(read == "HEAD" + content + "TAIL");
-        QVERIFY(device.atEnd());
-        char byte;
-        QCOMPARE(device.read(&byte, 1), qint64(-1)); // the end, so the network layer stops
-        QVERIFY(device.seek(2));
-        QCOMPARE(device.read(6), QByteArray("AD") + content.left(4));
-        QVERIFY(device.seek(4 + content.size() - 1));
-        QCOMPARE(device.readAll(), content.right(1) + "TAIL");
     }
 
     void inMemoryData()

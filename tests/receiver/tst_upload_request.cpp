@@ -14,7 +14,6 @@
 
 #include <QCryptographicHash>
 #include <QFile>
-#include <QNetworkAccessManager>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -219,7 +218,7 @@ private slots:
                     .startsWith("ok"));
         StdoutCapture out;
         AlertRecorder alerts;
-        QSignalSpy finished(ReceiverSession::shared(), &QNetworkAccessManager::finished);
+        QSignalSpy finished(ReceiverSession::shared(), &ReceiverHttpClient::finished);
         startUpload(UploadData::fromBytes("abc"), QStringLiteral("a.png"),
             QStringLiteral("image/png"), QStringLiteral("127.0.0.23"));
         QVERIFY(finished.wait(10000));
@@ -244,7 +243,7 @@ private slots:
         const auto restore = qScopeGuard([] { ReceiverSession::setTransferTimeoutForTesting(0); });
         StdoutCapture out;
         AlertRecorder alerts;
-        QSignalSpy finished(ReceiverSession::shared(), &QNetworkAccessManager::finished);
+        QSignalSpy finished(ReceiverSession::shared(), &ReceiverHttpClient::finished);
         startUpload(UploadData::fromBytes("abc"), QStringLiteral("a.png"),
             QStringLiteral("image/png"),
             QStringLiteral("127.0.0.24")); // held, times out
@@ -263,7 +262,7 @@ private slots:
     {
         StdoutCapture out;
         AlertRecorder alerts;
-        QSignalSpy finished(ReceiverSession::shared(), &QNetworkAccessManager::finished);
+        QSignalSpy finished(ReceiverSession::shared(), &ReceiverHttpClient::finished);
         startUpload(UploadData::fromBytes("abc"), QStringLiteral("a.png"),
             QStringLiteral("image/png"), QStringLiteral("127.0.0 .26"));
         QCOMPARE(out.lines(), QByteArrayList {"Uploading..."});

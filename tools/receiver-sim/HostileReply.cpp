@@ -125,6 +125,22 @@ void slow(QTcpSocket* socket, QByteArray body, std::function<void(QString)> repo
     timer->start(1000);
 }
 
+void slowHeaders(QTcpSocket* socket, std::function<void(QString)> report)
+{
+    // A header block that never ends, one short line every 100 ms: far below any size cap.
+    socket->write(kHead);
+    auto* timer = new QTimer(socket);
+    QObject::connect(timer, &QTimer::timeout, socket, [socket, timer, report, sent = 0]() mutable {
+        if (socket->state() != QAbstractSocket::ConnectedState) {
+            timer->stop();
+            report(QStringLiteral("slow-headers: %1 header lines sent").arg(sent));
+            return;
+        }
+        socket->write("X-Slow-" + QByteArray::number(++sent) + ": s\r\n");
+    });
+    timer->start(100);
+}
+
 void resetMidBody(QTcpSocket* socket, std::function<void(QString)> report)
 {
     socket->write(kHead + "Content-Length: 1000\r\n\r\n" + QByteArray(100, 'r'));
@@ -150,7 +166,8 @@ void garbageStatus(QTcpSocket* socket, std::function<void(QString)> report)
 std::optional<Setting> parse(const QString& text, QString* error)
 {
     static const QStringList modes {QStringLiteral("endless"), QStringLiteral("huge-headers"),
-        QStringLiteral("slow"), QStringLiteral("reset-mid-body"), QStringLiteral("garbage-status")};
+        QStringLiteral("slow"), QStringLiteral("slow-headers"), QStringLiteral("reset-mid-body"),
+        QStringLiteral("garbage-status")};
     Setting setting {
         text.section(QLatin1Char(' '), 0, 0), text.section(QLatin1Char(' '), 1).toUtf8()};
     if (!modes.contains(setting.mode)) {
@@ -174,6 +191,8 @@ void play(QTcpSocket* socket, const Setting& setting, std::function<void(QString
         hugeHeaders(socket, setting.argument.toLongLong(), std::move(report));
     else if (setting.mode == QLatin1String("slow"))
         slow(socket, setting.argument, std::move(report));
+    else if (setting.mode == QLatin1String("slow-headers"))
+        slowHeaders(socket, std::move(report));
     else if (setting.mode == QLatin1String("reset-mid-body"))
         resetMidBody(socket, std::move(report));
     else

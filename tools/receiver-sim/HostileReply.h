@@ -12,6 +12,7 @@ class QTcpSocket;
 //   endless [FILL]       200 with a body of FILL (default "x") repeated until the client closes
 //   huge-headers [KIB]   200 whose header block runs on for KIB KiB (default without end)
 //   slow [BODY]          200 whose body (default "OK") comes one byte per second
+//   slow-headers         200 whose header block never ends: one short line every 100 ms
 //   reset-mid-body       200 announcing 1000 bytes of body; after 100 the connection is reset
 //   garbage-status       a status line that is not HTTP, then the connection is closed
 namespace HostileReply {

@@ -89,7 +89,12 @@ void ReceiverSimulator::handle(HttpConnection* connection, const HttpRequest& re
         HostileReply::play(connection->socket(), *hostile, [this, path](const QString& line) {
             emit output(QString::fromUtf8(path) + QLatin1Char(' ') + line);
         });
-    else if (!answer.silent)
+    else if (answer.silent)
+        return;
+    else if (answer.delayMs > 0)
+        QTimer::singleShot(answer.delayMs, connection,
+            [connection, answer] { connection->respond(answer.status, answer.body); });
+    else
         connection->respond(answer.status, answer.body);
 }
 
@@ -175,8 +180,8 @@ QString ReceiverSimulator::setHostile(const QString& arguments)
     QString error;
     const auto setting = HostileReply::parse(arguments.section(QLatin1Char(' '), 1), &error);
     if (!path.startsWith(QLatin1Char('/')) || !setting)
-        return QStringLiteral("error: usage: hostile PATH endless|huge-headers|slow|reset-mid-body|"
-                              "garbage-status [ARG]")
+        return QStringLiteral("error: usage: hostile PATH endless|huge-headers|slow|slow-headers|"
+                              "reset-mid-body|garbage-status [ARG]")
             + (error.isEmpty() ? QString() : QStringLiteral(" (") + error + QLatin1Char(')'));
     m_hostile.insert(path.toUtf8(), *setting);
     return QStringLiteral("ok hostile ") + arguments;
@@ -195,20 +200,31 @@ QString ReceiverSimulator::runCommand(const QString& line)
         const int status = rest.section(QLatin1Char(' '), 1, 1).toInt(&ok);
         if (!path.startsWith('/') || !ok)
             return QStringLiteral("error: usage: answer PATH STATUS [BODY]");
-        m_answers[path] = Answer {status, rest.section(QLatin1Char(' '), 2).toUtf8(), false};
+        m_answers[path].status = status;
+        m_answers[path].body = rest.section(QLatin1Char(' '), 2).toUtf8();
+        m_answers[path].silent = false;
     } else if (word == QLatin1String("silent")) {
         if (!rest.startsWith(QLatin1Char('/')))
             return QStringLiteral("error: usage: silent PATH");
         m_answers[rest.toUtf8()].silent = true;
+    } else if (word == QLatin1String("delay")) {
+        // delay PATH MS: answers to PATH (as set by answer, or the default) go out MS later.
+        bool ok = false;
+        const int ms = rest.section(QLatin1Char(' '), 1, 1).toInt(&ok);
+        if (!rest.startsWith(QLatin1Char('/')) || !ok || ms < 0)
+            return QStringLiteral("error: usage: delay PATH MS");
+        m_answers[rest.section(QLatin1Char(' '), 0, 0).toUtf8()].delayMs = ms;
     } else if (word == QLatin1String("reset")) {
         m_answers.clear();
         m_hostile.clear();
     } else if (word == QLatin1String("hostile")) {
         return setHostile(rest);
     } else if (word == QLatin1String("cast-off")) {
-        m_answers[ping] = Answer {200, "CAST_OFF", false};
+        m_answers[ping].status = 200;
+        m_answers[ping].body = "CAST_OFF";
     } else if (word == QLatin1String("busy")) {
-        m_answers[ping] = Answer {200, "Device is busy", false};
+        m_answers[ping].status = 200;
+        m_answers[ping].body = "Device is busy";
     } else if (word == QLatin1String("touch")) {
         // touch EVENT X Y [TS]
         const QStringList f = rest.split(QLatin1Char(' '), Qt::SkipEmptyParts);

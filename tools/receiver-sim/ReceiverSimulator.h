@@ -50,6 +50,7 @@ private:
         int status = 200;
         QByteArray body = "OK";
         bool silent = false;
+        int delayMs = 0; // the answer waits this long (its connection stays open)
     };
 
     void accept(QTcpServer* server);

@@ -29,6 +29,7 @@ standard input or in the --commands file (read once at start), each answered on 
 with "ok ..." or "error: ...":
   answer PATH STATUS [BODY]   answer PATH with STATUS and BODY (e.g. answer /uploadfile 500)
   silent PATH                 hold requests to PATH without any answer (answer ... ends it)
+  delay PATH MS               answers to PATH go out MS milliseconds after the request (0: at once)
   cast-off                    heartbeat answers 200 "CAST_OFF"
   busy                        heartbeat answers 200 "Device is busy"
   reset                       every path back to 200 "OK" (hostile replies too)
@@ -36,6 +37,7 @@ with "ok ..." or "error: ...":
       endless [FILL]            200, body FILL (default "x") repeated until the client closes
       huge-headers [KIB]        200, header block of KIB KiB (default: without end), then "OK"
       slow [BODY]               200, body BODY (default "OK") at one byte per second
+      slow-headers              200 whose header block never ends, one short line every 100 ms
       reset-mid-body            200 announcing 1000 body bytes, reset after 100
       garbage-status            a status line that is not HTTP, then close
                               when such a reply ends it prints "PATH MODE: N bytes sent ..."
