@@ -1,10 +1,13 @@
 // Uploads one file with UploadDataToHost, streamed from disk, and exits when the answer is in.
+// Prints "upload_ms=T": the time from upload() to the reply's end, so that the process's own
+// start-up is no part of it.
 //   upload-driver ADDRESS FILE
 #include "receiver/ReceiverSession.h"
 #include "receiver/UploadDataToHost.h"
 
 #include "receiver/ReceiverReply.h"
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFileInfo>
 
 #include <cstdio>
@@ -22,14 +25,19 @@ int main(int argc, char** argv)
         return 1;
     }
     int status = 0;
+    QElapsedTimer sinceUpload;
     QObject::connect(
         ReceiverSession::shared(), &ReceiverHttpClient::finished, &app, [&](ReceiverReply* reply) {
+            const qint64 ns = sinceUpload.nsecsElapsed();
             status = reply->status().value_or(0);
+            std::printf("upload_ms=%.3f\n", double(ns) / 1e6);
+            std::fflush(stdout);
             QCoreApplication::quit();
         });
     auto* upload = new UploadDataToHost;
     upload->initWithFileType(QStringLiteral("video/mp4"), data,
         QFileInfo(QString::fromLocal8Bit(argv[2])).fileName(), QString::fromLocal8Bit(argv[1]));
+    sinceUpload.start();
     upload->upload();
     delete upload;
     app.exec();

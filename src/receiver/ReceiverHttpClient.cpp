@@ -5,15 +5,12 @@
 
 #include <mutex>
 
-// A socket libcurl wants watched: one notifier per direction, enabled as libcurl asks.
+// A socket libcurl wants watched: one notifier per direction (children of the client), enabled
+// as libcurl asks.
 struct ReceiverHttpClient::Watch
 {
-    QSocketNotifier read;
-    QSocketNotifier write;
-    Watch(curl_socket_t fd)
-        : read(fd, QSocketNotifier::Read)
-        , write(fd, QSocketNotifier::Write)
-    { }
+    QSocketNotifier* read;
+    QSocketNotifier* write;
 };
 
 ReceiverHttpClient::ReceiverHttpClient(QObject* parent)
@@ -36,7 +33,7 @@ ReceiverHttpClient::~ReceiverHttpClient()
     // The replies go first: each leaves the multi handle (or lets its upload thread end).
     qDeleteAll(findChildren<ReceiverReply*>(Qt::FindDirectChildrenOnly));
     curl_multi_cleanup(m_multi);
-    qDeleteAll(m_watches);
+    qDeleteAll(m_watches); // their notifiers go with this object
 }
 
 ReceiverReply* ReceiverHttpClient::get(const QUrl& url, const QList<Header>& headers)
@@ -94,24 +91,26 @@ void ReceiverHttpClient::watchSocket(curl_socket_t fd, int what)
     if (what == CURL_POLL_REMOVE) {
         if (watch) {
             m_watches.remove(fd);
-            watch->read.setEnabled(false);
-            watch->write.setEnabled(false);
-            // Possibly inside one of its own notifications: deleted once back in the loop.
-            QMetaObject::invokeMethod(
-                this, [watch] { delete watch; }, Qt::QueuedConnection);
+            // Possibly inside one of their own notifications: deleted once back in the loop.
+            for (QSocketNotifier* notifier : {watch->read, watch->write}) {
+                notifier->setEnabled(false);
+                notifier->deleteLater();
+            }
+            delete watch;
         }
         return;
     }
     if (!watch) {
-        watch = new Watch(fd);
+        watch = new Watch {new QSocketNotifier(fd, QSocketNotifier::Read, this),
+            new QSocketNotifier(fd, QSocketNotifier::Write, this)};
         m_watches.insert(fd, watch);
-        connect(&watch->read, &QSocketNotifier::activated, this,
+        connect(watch->read, &QSocketNotifier::activated, this,
             [this, fd] { act(fd, CURL_CSELECT_IN); });
-        connect(&watch->write, &QSocketNotifier::activated, this,
+        connect(watch->write, &QSocketNotifier::activated, this,
             [this, fd] { act(fd, CURL_CSELECT_OUT); });
     }
-    watch->read.setEnabled(what == CURL_POLL_IN || what == CURL_POLL_INOUT);
-    watch->write.setEnabled(what == CURL_POLL_OUT || what == CURL_POLL_INOUT);
+    watch->read->setEnabled(what == CURL_POLL_IN || what == CURL_POLL_INOUT);
+    watch->write->setEnabled(what == CURL_POLL_OUT || what == CURL_POLL_INOUT);
 }
 
 int ReceiverHttpClient::onTimer(CURLM*, long timeoutMs, void* self)

@@ -203,6 +203,35 @@ private Q_SLOTS:
         QVERIFY(m_alerts->alerts().isEmpty());
     }
 
+    void failureAfterTwelveSecondsCounts()
+    {
+        // The only time limit is 60 s of inactivity: a slow receiver's 500 is a failure.
+        startSwitchTouchback();
+        m_sim->command("answer /pingServerWithIP 500");
+        m_sim->command("delay /pingServerWithIP 12000");
+        const int before = answers();
+        QElapsedTimer clock;
+        clock.start();
+        d().inititateServerPing(d().pingTimer());
+        QTRY_COMPARE_WITH_TIMEOUT(answers(), before + 1, 30000);
+        QVERIFY(clock.elapsed() >= 11900);
+        QTRY_COMPARE(d().serverPingFailedCount(), 1);
+        QVERIFY(d().pingTimer());
+    }
+
+    void castOffAfterTwelveSecondsEndsTheSession()
+    {
+        startSwitchTouchback();
+        m_sim->command("cast-off");
+        m_sim->command("delay /pingServerWithIP 12000");
+        const int before = answers();
+        d().inititateServerPing(d().pingTimer());
+        QTRY_COMPARE_WITH_TIMEOUT(answers(), before + 1, 30000);
+        QTRY_VERIFY(!d().pingTimer());
+        verifyBackToPaired();
+        QVERIFY(m_alerts->alerts().isEmpty());
+    }
+
     void deviceBusyEndsTheSessionWithAlert()
     {
         startSwitchTouchback();
