@@ -54,6 +54,8 @@ ReceiverReply* ReceiverHttpClient::upload(const QUrl& url, const QList<Header>& 
 {
     auto* reply = new ReceiverReply(url, headers, this);
     reply->setUpload({std::move(head), std::move(file), fileSize, std::move(tail), 0});
+    if (fileSize <= kLargeUploadBytes)
+        return startInMulti(reply);
     reply->prepare(m_transferTimeoutMs);
     reply->runOnThread();
     return reply;

@@ -13,10 +13,11 @@ class QSocketNotifier;
 // The one HTTP client of the receiver requests, on libcurl. The small requests (heartbeat,
 // touchback, cast) share one multi handle driven by the main event loop (QSocketNotifier and a
 // QTimer, no thread), with at most six keep-alive connections per receiver: requests beyond
-// that wait for a free one. An upload runs on a thread of its own with its own connection, so
-// the file's bytes never pass through the main thread. Each request ends on its own: there is
-// no time limit but the 60 s of inactivity, and a stalled or hostile connection stalls only its
-// own request. Replies finish on the main thread.
+// that wait for a free one. So does an upload of a file up to kLargeUploadBytes (one step of
+// the read callback): no thread to start and hand back from. A larger upload runs on a thread
+// of its own with its own connection, so its file's bytes never pass through the main thread. Each
+// request ends on its own: there is no time limit but the 60 s of inactivity, and a stalled or
+// hostile connection stalls only its own request. Replies finish on the main thread.
 class ReceiverHttpClient : public QObject
 {
     Q_OBJECT
@@ -24,6 +25,7 @@ public:
     using Header = ReceiverReply::Header;
 
     static constexpr int kMaxConnectionsPerReceiver = 6;
+    static constexpr qint64 kLargeUploadBytes = 1024 * 1024;
 
     explicit ReceiverHttpClient(QObject* parent = nullptr);
     ~ReceiverHttpClient() override;
@@ -32,7 +34,8 @@ public:
     // finished(). The headers go out in their order, right after "Host".
     ReceiverReply* get(const QUrl& url, const QList<Header>& headers);
     ReceiverReply* post(const QUrl& url, const QList<Header>& headers, const QByteArray& body);
-    // POSTs head + the file's bytes (read from file, which must be open) + tail.
+    // POSTs head + the file's bytes (read from file, which must be open) + tail; in the main
+    // loop or, for a file over kLargeUploadBytes, on a thread of its own.
     ReceiverReply* upload(const QUrl& url, const QList<Header>& headers, QByteArray head,
         std::unique_ptr<QIODevice> file, qint64 fileSize, QByteArray tail);
 

@@ -77,6 +77,7 @@ void ReceiverReply::setUpload(UploadSource source)
     curl_easy_setopt(m_easy, CURLOPT_XFERINFODATA, this);
     curl_easy_setopt(m_easy, CURLOPT_SOCKOPTFUNCTION, &ReceiverReply::onSocketOptions);
     curl_easy_setopt(m_easy, CURLOPT_SOCKOPTDATA, this);
+    m_sinceProgress.start();
 }
 
 void ReceiverReply::prepare(int inactivityTimeoutMs)
@@ -105,7 +106,6 @@ void ReceiverReply::prepare(int inactivityTimeoutMs)
 
 void ReceiverReply::runOnThread()
 {
-    m_sinceProgress.start();
     m_thread = std::thread([this] {
         const CURLcode result = curl_easy_perform(m_easy);
         QMetaObject::invokeMethod(
@@ -206,8 +206,8 @@ size_t ReceiverReply::readBody(char* buffer, size_t size)
         }
         done += count;
         source.position += count;
-        if (at >= headSize && at < fileEnd)
-            break; // one file read per call: the step is libcurl's buffer
+        if (at >= headSize && at < fileEnd && source.position < fileEnd)
+            break; // the file reads short of the buffer: the next call goes on
     }
     return size_t(done);
 }
