@@ -24,8 +24,9 @@ packages=(
     xvfb xauth x11-utils avahi-daemon avahi-utils dbus iproute2 util-linux procps
     at-spi2-core python3 python3-pyatspi imagemagick curl valgrind time
     # test: headless GNOME (mutter) and KDE (kwin) sessions with their RemoteDesktop portals,
-    # Qt 5's wayland platform for the KDE portal backend, stream screenshots
-    mutter wireplumber xwayland kwin-wayland qtwayland5 dbus-bin fuse3
+    # a headless Sway session (wlroots: the virtual pointer), Qt 5's wayland platform for the
+    # KDE portal backend, stream screenshots
+    mutter wireplumber xwayland kwin-wayland sway qtwayland5 dbus-bin fuse3
     xdg-desktop-portal xdg-desktop-portal-gnome xdg-desktop-portal-kde python3-gi
     gstreamer1.0-pipewire gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
 )

@@ -41,6 +41,30 @@ void MutterRemoteDesktopPoster::prepare()
         createRemoteDesktopSession();
 }
 
+void MutterRemoteDesktopPoster::finish()
+{
+    if (m_state != State::Starting && m_state != State::Running)
+        return;
+    m_pending.discard("touchback stopped");
+    stopSession();
+    m_state = State::Idle;
+    qCInfo(lcInput) << "GNOME remote desktop session stopped with touchback";
+}
+
+void MutterRemoteDesktopPoster::stopSession()
+{
+    ++m_generation;
+    if (m_sessionPath.isEmpty())
+        return; // CreateSession is still on its way; its answer stops the session
+    m_bus.disconnect(kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Closed"),
+        this, SLOT(sessionClosed()));
+    // No answer wanted; mutter stops the linked screen cast with it.
+    m_bus.send(QDBusMessage::createMethodCall(
+        kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Stop")));
+    m_sessionPath.clear();
+    m_streamPath.clear();
+}
+
 void MutterRemoteDesktopPoster::createRemoteDesktopSession()
 {
     m_state = State::Starting;
@@ -49,10 +73,18 @@ void MutterRemoteDesktopPoster::createRemoteDesktopSession()
     const auto message = QDBusMessage::createMethodCall(kRemoteDesktop,
         QStringLiteral("/org/gnome/Mutter/RemoteDesktop"), kRemoteDesktop,
         QStringLiteral("CreateSession"));
-    DBusCalls::call(m_bus, message, this, [this](const QDBusMessage& reply) {
+    const quint64 generation = ++m_generation;
+    DBusCalls::call(m_bus, message, this, [this, generation](const QDBusMessage& reply) {
+        const QString path = reply.arguments().value(0).value<QDBusObjectPath>().path();
+        if (generation != m_generation) {
+            if (!DBusCalls::failed(reply)) // given up meanwhile
+                m_bus.send(QDBusMessage::createMethodCall(
+                    kRemoteDesktop, path, kRemoteDesktopSession, QStringLiteral("Stop")));
+            return;
+        }
         if (DBusCalls::failed(reply))
             return fail(QStringLiteral("CreateSession"), reply);
-        m_sessionPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
+        m_sessionPath = path;
         m_bus.connect(kRemoteDesktop, m_sessionPath, kRemoteDesktopSession,
             QStringLiteral("Closed"), this, SLOT(sessionClosed()));
         readSessionId();
@@ -64,12 +96,15 @@ void MutterRemoteDesktopPoster::readSessionId()
     auto message = QDBusMessage::createMethodCall(kRemoteDesktop, m_sessionPath,
         QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     message << kRemoteDesktopSession << QStringLiteral("SessionId");
-    DBusCalls::call(m_bus, message, this, [this](const QDBusMessage& reply) {
-        if (DBusCalls::failed(reply))
-            return fail(QStringLiteral("SessionId"), reply);
-        createScreenCastSession(
-            reply.arguments().value(0).value<QDBusVariant>().variant().toString());
-    });
+    DBusCalls::call(
+        m_bus, message, this, [this, generation = m_generation](const QDBusMessage& reply) {
+            if (generation != m_generation)
+                return;
+            if (DBusCalls::failed(reply))
+                return fail(QStringLiteral("SessionId"), reply);
+            createScreenCastSession(
+                reply.arguments().value(0).value<QDBusVariant>().variant().toString());
+        });
 }
 
 void MutterRemoteDesktopPoster::createScreenCastSession(const QString& sessionId)
@@ -78,14 +113,18 @@ void MutterRemoteDesktopPoster::createScreenCastSession(const QString& sessionId
         QStringLiteral("/org/gnome/Mutter/ScreenCast"), kScreenCast,
         QStringLiteral("CreateSession"));
     message << QVariantMap {{QStringLiteral("remote-desktop-session-id"), sessionId}};
-    DBusCalls::call(m_bus, message, this, [this](const QDBusMessage& reply) {
-        if (DBusCalls::failed(reply))
-            return fail(QStringLiteral("ScreenCast.CreateSession"), reply);
-        m_screenCastPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
-        // The monitor holding the window: Qt names a Wayland screen after its output's connector.
-        const QScreen* screen = MainScreen::current();
-        recordMonitor(screen ? screen->name() : QString());
-    });
+    DBusCalls::call(
+        m_bus, message, this, [this, generation = m_generation](const QDBusMessage& reply) {
+            if (generation != m_generation)
+                return; // the remote desktop session's Stop ends this one too
+            if (DBusCalls::failed(reply))
+                return fail(QStringLiteral("ScreenCast.CreateSession"), reply);
+            m_screenCastPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
+            // The monitor holding the window: Qt names a Wayland screen after its output's
+            // connector.
+            const QScreen* screen = MainScreen::current();
+            recordMonitor(screen ? screen->name() : QString());
+        });
 }
 
 void MutterRemoteDesktopPoster::recordMonitor(const QString& connector)
@@ -93,33 +132,39 @@ void MutterRemoteDesktopPoster::recordMonitor(const QString& connector)
     auto message = QDBusMessage::createMethodCall(
         kScreenCast, m_screenCastPath, kScreenCastSession, QStringLiteral("RecordMonitor"));
     message << connector << QVariantMap {{QStringLiteral("cursor-mode"), kCursorEmbedded}};
-    DBusCalls::call(m_bus, message, this, [this, connector](const QDBusMessage& reply) {
-        if (DBusCalls::failed(reply) && !connector.isEmpty()) {
-            // An unknown connector: the primary monitor (an empty connector) is the fallback.
-            qCInfo(lcInput).noquote() << "GNOME does not know the monitor" << connector
-                                      << "- touches go to its primary monitor";
-            return recordMonitor(QString());
-        }
-        if (DBusCalls::failed(reply))
-            return fail(QStringLiteral("RecordMonitor"), reply);
-        m_streamPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
-        startSession();
-    });
+    DBusCalls::call(m_bus, message, this,
+        [this, connector, generation = m_generation](const QDBusMessage& reply) {
+            if (generation != m_generation)
+                return;
+            if (DBusCalls::failed(reply) && !connector.isEmpty()) {
+                // An unknown connector: the primary monitor (an empty connector) is the fallback.
+                qCInfo(lcInput).noquote() << "GNOME does not know the monitor" << connector
+                                          << "- touches go to its primary monitor";
+                return recordMonitor(QString());
+            }
+            if (DBusCalls::failed(reply))
+                return fail(QStringLiteral("RecordMonitor"), reply);
+            m_streamPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
+            startSession();
+        });
 }
 
 void MutterRemoteDesktopPoster::startSession()
 {
     const auto message = QDBusMessage::createMethodCall(
         kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Start"));
-    DBusCalls::call(m_bus, message, this, [this](const QDBusMessage& reply) {
-        if (DBusCalls::failed(reply))
-            return fail(QStringLiteral("Start"), reply);
-        m_state = State::Running;
-        m_callErrorReported = false;
-        qCInfo(lcInput) << "GNOME remote desktop session started: touches are posted";
-        m_pending.replay([this](const MouseEvent& event) { send(event); });
-        Q_EMIT started();
-    });
+    DBusCalls::call(
+        m_bus, message, this, [this, generation = m_generation](const QDBusMessage& reply) {
+            if (generation != m_generation)
+                return;
+            if (DBusCalls::failed(reply))
+                return fail(QStringLiteral("Start"), reply);
+            m_state = State::Running;
+            m_callErrorReported = false;
+            qCInfo(lcInput) << "GNOME remote desktop session started: touches are posted";
+            m_pending.replay([this](const MouseEvent& event) { send(event); });
+            Q_EMIT started();
+        });
 }
 
 void MutterRemoteDesktopPoster::fail(const QString& step, const QDBusMessage& error)
@@ -134,12 +179,7 @@ void MutterRemoteDesktopPoster::fail(const QString& step, const QDBusMessage& er
         qCWarning(lcInput).noquote() << "Cannot set up GNOME's remote desktop session at" << step
                                      << "(" + errorText(error) + "); touches are not posted";
     m_pending.discard("the desktop session could not be started");
-    if (!m_sessionPath.isEmpty()) {
-        // No answer wanted: after a failed Start mutter has already dropped the session.
-        m_bus.send(QDBusMessage::createMethodCall(
-            kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Stop")));
-        m_sessionPath.clear();
-    }
+    stopSession(); // after a failed Start mutter has already dropped it
     Q_EMIT failed();
 }
 
@@ -161,13 +201,6 @@ std::optional<KeyEvent> MutterRemoteDesktopPoster::createKeyEvent(std::uint16_t,
 
 void MutterRemoteDesktopPoster::postKeyEvent(const KeyEvent&)
 { }
-
-std::optional<QSizeF> MutterRemoteDesktopPoster::mainScreenSize()
-{
-    if (QScreen* screen = MainScreen::current())
-        return QSizeF(screen->geometry().size());
-    return std::nullopt;
-}
 
 void MutterRemoteDesktopPoster::postMouseEvent(const MouseEvent& event)
 {
