@@ -8,6 +8,8 @@
 #include <QDBusVariant>
 #include <QScreen>
 
+#include <utility>
+
 namespace {
 const QString kRemoteDesktop = QStringLiteral("org.gnome.Mutter.RemoteDesktop");
 const QString kRemoteDesktopSession = QStringLiteral("org.gnome.Mutter.RemoteDesktop.Session");
@@ -37,6 +39,7 @@ MutterRemoteDesktopPoster::~MutterRemoteDesktopPoster()
 
 void MutterRemoteDesktopPoster::prepare()
 {
+    m_stopWhenStarted = false;
     if (m_state == State::Idle || m_state == State::Failed)
         createRemoteDesktopSession();
 }
@@ -46,6 +49,11 @@ void MutterRemoteDesktopPoster::finish()
     if (m_state != State::Starting && m_state != State::Running)
         return;
     m_pending.discard("touchback stopped");
+    if (m_state == State::Starting) {
+        // Mutter stops only a started session: it is stopped as soon as it has started.
+        m_stopWhenStarted = true;
+        return;
+    }
     stopSession();
     m_state = State::Idle;
     qCInfo(lcInput) << "GNOME remote desktop session stopped with touchback";
@@ -53,9 +61,8 @@ void MutterRemoteDesktopPoster::finish()
 
 void MutterRemoteDesktopPoster::stopSession()
 {
-    ++m_generation;
     if (m_sessionPath.isEmpty())
-        return; // CreateSession is still on its way; its answer stops the session
+        return;
     m_bus.disconnect(kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Closed"),
         this, SLOT(sessionClosed()));
     // No answer wanted; mutter stops the linked screen cast with it.
@@ -73,18 +80,10 @@ void MutterRemoteDesktopPoster::createRemoteDesktopSession()
     const auto message = QDBusMessage::createMethodCall(kRemoteDesktop,
         QStringLiteral("/org/gnome/Mutter/RemoteDesktop"), kRemoteDesktop,
         QStringLiteral("CreateSession"));
-    const quint64 generation = ++m_generation;
-    DBusCalls::call(m_bus, message, this, [this, generation](const QDBusMessage& reply) {
-        const QString path = reply.arguments().value(0).value<QDBusObjectPath>().path();
-        if (generation != m_generation) {
-            if (!DBusCalls::failed(reply)) // given up meanwhile
-                m_bus.send(QDBusMessage::createMethodCall(
-                    kRemoteDesktop, path, kRemoteDesktopSession, QStringLiteral("Stop")));
-            return;
-        }
+    DBusCalls::call(m_bus, message, this, [this](const QDBusMessage& reply) {
         if (DBusCalls::failed(reply))
             return fail(QStringLiteral("CreateSession"), reply);
-        m_sessionPath = path;
+        m_sessionPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
         m_bus.connect(kRemoteDesktop, m_sessionPath, kRemoteDesktopSession,
             QStringLiteral("Closed"), this, SLOT(sessionClosed()));
         readSessionId();
@@ -96,15 +95,12 @@ void MutterRemoteDesktopPoster::readSessionId()
     auto message = QDBusMessage::createMethodCall(kRemoteDesktop, m_sessionPath,
         QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     message << kRemoteDesktopSession << QStringLiteral("SessionId");
-    DBusCalls::call(
-        m_bus, message, this, [this, generation = m_generation](const QDBusMessage& reply) {
-            if (generation != m_generation)
-                return;
-            if (DBusCalls::failed(reply))
-                return fail(QStringLiteral("SessionId"), reply);
-            createScreenCastSession(
-                reply.arguments().value(0).value<QDBusVariant>().variant().toString());
-        });
+    DBusCalls::call(m_bus, message, this, [this](const QDBusMessage& reply) {
+        if (DBusCalls::failed(reply))
+            return fail(QStringLiteral("SessionId"), reply);
+        createScreenCastSession(
+            reply.arguments().value(0).value<QDBusVariant>().variant().toString());
+    });
 }
 
 void MutterRemoteDesktopPoster::createScreenCastSession(const QString& sessionId)
@@ -113,18 +109,15 @@ void MutterRemoteDesktopPoster::createScreenCastSession(const QString& sessionId
         QStringLiteral("/org/gnome/Mutter/ScreenCast"), kScreenCast,
         QStringLiteral("CreateSession"));
     message << QVariantMap {{QStringLiteral("remote-desktop-session-id"), sessionId}};
-    DBusCalls::call(
-        m_bus, message, this, [this, generation = m_generation](const QDBusMessage& reply) {
-            if (generation != m_generation)
-                return; // the remote desktop session's Stop ends this one too
-            if (DBusCalls::failed(reply))
-                return fail(QStringLiteral("ScreenCast.CreateSession"), reply);
-            m_screenCastPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
-            // The monitor holding the window: Qt names a Wayland screen after its output's
-            // connector.
-            const QScreen* screen = MainScreen::current();
-            recordMonitor(screen ? screen->name() : QString());
-        });
+    DBusCalls::call(m_bus, message, this, [this](const QDBusMessage& reply) {
+        if (DBusCalls::failed(reply))
+            return fail(QStringLiteral("ScreenCast.CreateSession"), reply);
+        m_screenCastPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
+        // The monitor holding the window: Qt names a Wayland screen after its output's
+        // connector.
+        const QScreen* screen = MainScreen::current();
+        recordMonitor(screen ? screen->name() : QString());
+    });
 }
 
 void MutterRemoteDesktopPoster::recordMonitor(const QString& connector)
@@ -132,44 +125,45 @@ void MutterRemoteDesktopPoster::recordMonitor(const QString& connector)
     auto message = QDBusMessage::createMethodCall(
         kScreenCast, m_screenCastPath, kScreenCastSession, QStringLiteral("RecordMonitor"));
     message << connector << QVariantMap {{QStringLiteral("cursor-mode"), kCursorEmbedded}};
-    DBusCalls::call(m_bus, message, this,
-        [this, connector, generation = m_generation](const QDBusMessage& reply) {
-            if (generation != m_generation)
-                return;
-            if (DBusCalls::failed(reply) && !connector.isEmpty()) {
-                // An unknown connector: the primary monitor (an empty connector) is the fallback.
-                qCInfo(lcInput).noquote() << "GNOME does not know the monitor" << connector
-                                          << "- touches go to its primary monitor";
-                return recordMonitor(QString());
-            }
-            if (DBusCalls::failed(reply))
-                return fail(QStringLiteral("RecordMonitor"), reply);
-            m_streamPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
-            startSession();
-        });
+    DBusCalls::call(m_bus, message, this, [this, connector](const QDBusMessage& reply) {
+        if (DBusCalls::failed(reply) && !connector.isEmpty()) {
+            // An unknown connector: the primary monitor (an empty connector) is the fallback.
+            qCInfo(lcInput).noquote() << "GNOME does not know the monitor" << connector
+                                      << "- touches go to its primary monitor";
+            return recordMonitor(QString());
+        }
+        if (DBusCalls::failed(reply))
+            return fail(QStringLiteral("RecordMonitor"), reply);
+        m_streamPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
+        startSession();
+    });
 }
 
 void MutterRemoteDesktopPoster::startSession()
 {
     const auto message = QDBusMessage::createMethodCall(
         kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Start"));
-    DBusCalls::call(
-        m_bus, message, this, [this, generation = m_generation](const QDBusMessage& reply) {
-            if (generation != m_generation)
-                return;
-            if (DBusCalls::failed(reply))
-                return fail(QStringLiteral("Start"), reply);
-            m_state = State::Running;
-            m_callErrorReported = false;
-            qCInfo(lcInput) << "GNOME remote desktop session started: touches are posted";
-            m_pending.replay([this](const MouseEvent& event) { send(event); });
-            Q_EMIT started();
-        });
+    DBusCalls::call(m_bus, message, this, [this](const QDBusMessage& reply) {
+        if (DBusCalls::failed(reply))
+            return fail(QStringLiteral("Start"), reply);
+        if (std::exchange(m_stopWhenStarted, false)) {
+            stopSession();
+            m_state = State::Idle;
+            qCInfo(lcInput) << "GNOME remote desktop session stopped with touchback";
+            return;
+        }
+        m_state = State::Running;
+        m_callErrorReported = false;
+        qCInfo(lcInput) << "GNOME remote desktop session started: touches are posted";
+        m_pending.replay([this](const MouseEvent& event) { send(event); });
+        Q_EMIT started();
+    });
 }
 
 void MutterRemoteDesktopPoster::fail(const QString& step, const QDBusMessage& error)
 {
     m_state = State::Failed;
+    m_stopWhenStarted = false;
     if (step == QLatin1String("Start"))
         qCWarning(lcInput).noquote() << "GNOME refused to start the remote desktop session ("
                 + errorText(error)

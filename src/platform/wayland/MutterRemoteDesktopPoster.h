@@ -61,5 +61,5 @@ private:
     QString m_streamPath;
     PointerEventQueue m_pending;
     bool m_callErrorReported = false;
-    quint64 m_generation = 0; // answers for a session given up since are ignored
+    bool m_stopWhenStarted = false; // touchback stopped while the session was starting
 };
