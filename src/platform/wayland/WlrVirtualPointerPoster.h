@@ -33,6 +33,8 @@ public:
     void postMouseEvent(const MouseEvent& event) override;
     void postKeyEvent(const KeyEvent& event) override;
 
+    bool isRunning() const { return m_pointer != nullptr; }
+
 Q_SIGNALS:
     void started(); // the virtual pointer exists: touches now reach the desktop
     void failed(); // no virtual pointer could be made (logged)
