@@ -142,7 +142,9 @@ void WaylandConnection::readEvents()
     // The socket is readable, so reading cannot block.
     while (wl_display_prepare_read(m_display) != 0)
         wl_display_dispatch_pending(m_display);
-    if (wl_display_read_events(m_display) < 0 || wl_display_dispatch_pending(m_display) < 0)
+    if (wl_display_read_events(m_display) < 0 && errno != EAGAIN)
+        return fail();
+    if (wl_display_dispatch_pending(m_display) < 0)
         return fail();
     if (!m_blocked)
         flush(); // listeners may have made requests

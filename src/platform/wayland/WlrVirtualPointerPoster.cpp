@@ -61,6 +61,7 @@ void WlrVirtualPointerPoster::close()
 
 void WlrVirtualPointerPoster::prepare()
 {
+    m_unavailable = false; // each touchback start tries again
     if (!m_connection)
         connectToCompositor();
 }
@@ -91,6 +92,7 @@ void WlrVirtualPointerPoster::connectToCompositor()
         });
     if (!opened) {
         m_connection.reset();
+        m_unavailable = true;
         qCWarning(lcInput) << "Cannot connect to the Wayland compositor; touches are not posted";
         m_queue.discard("no Wayland compositor");
         Q_EMIT failed();
@@ -100,6 +102,7 @@ void WlrVirtualPointerPoster::connectToCompositor()
         qCWarning(lcInput) << "Lost the virtual pointer; it is made anew at the next touchback "
                               "start";
         m_queue.discard("the compositor connection was lost");
+        m_unavailable = true;
         // Not from within the connection's own signal.
         QMetaObject::invokeMethod(this, &WlrVirtualPointerPoster::close, Qt::QueuedConnection);
     });
@@ -125,6 +128,8 @@ void WlrVirtualPointerPoster::createPointer()
         qCWarning(lcInput) << "The compositor does not offer" << kManager
                            << "- touches are not posted";
         m_queue.discard("no virtual pointer");
+        m_unavailable = true;
+        QMetaObject::invokeMethod(this, &WlrVirtualPointerPoster::close, Qt::QueuedConnection);
         Q_EMIT failed();
         return;
     }
@@ -156,6 +161,8 @@ void WlrVirtualPointerPoster::postKeyEvent(const KeyEvent&)
 
 void WlrVirtualPointerPoster::postMouseEvent(const MouseEvent& event)
 {
+    if (m_unavailable)
+        return; // already said why
     if (!m_connection)
         connectToCompositor();
     // Written only when the socket took everything before: the connection's buffer is small.

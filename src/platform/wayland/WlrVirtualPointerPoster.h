@@ -58,5 +58,6 @@ private:
     zwlr_virtual_pointer_v1* m_pointer = nullptr;
     std::vector<std::unique_ptr<Output>> m_outputs;
     bool m_boundToOutput = false;
+    bool m_unavailable = false; // said why once; tried again at the next prepare()
     PointerEventQueue m_queue;
 };
