@@ -7,7 +7,8 @@ packages=(
     cmake ninja-build g++ pkg-config ccache
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
     libx11-dev libxtst-dev libxi-dev libavahi-client-dev libssl-dev
-    # build: the Wayland pointer observer used by tests and benchmarks (xdg-shell from wayland-protocols)
+    # build: the wlroots virtual pointer (libwayland-client, wayland-scanner) and the Wayland
+    # pointer observer used by tests and benchmarks (xdg-shell from wayland-protocols)
     libwayland-dev wayland-protocols
     librsvg2-bin # renders the icon sizes from the icon drawing
     # package (scripts/package.sh) and its checks: the menu entry and AppStream validators
