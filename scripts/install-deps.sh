@@ -8,7 +8,8 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
     libx11-dev libxtst-dev libxi-dev libavahi-client-dev libssl-dev
     libcurl4-openssl-dev # the receiver requests' HTTP client
-    # build: the Wayland pointer observer used by tests and benchmarks (xdg-shell from wayland-protocols)
+    # build: the wlroots virtual pointer (libwayland-client, wayland-scanner) and the Wayland
+    # pointer observer used by tests and benchmarks (xdg-shell from wayland-protocols)
     libwayland-dev wayland-protocols
     librsvg2-bin # renders the icon sizes from the icon drawing
     # package (scripts/package.sh) and its checks: the menu entry and AppStream validators
@@ -25,8 +26,9 @@ packages=(
     xvfb xauth x11-utils avahi-daemon avahi-utils dbus iproute2 util-linux procps
     at-spi2-core python3 python3-pyatspi imagemagick curl valgrind time
     # test: headless GNOME (mutter) and KDE (kwin) sessions with their RemoteDesktop portals,
-    # Qt 5's wayland platform for the KDE portal backend, stream screenshots
-    mutter wireplumber xwayland kwin-wayland qtwayland5 dbus-bin fuse3
+    # a headless Sway session (wlroots: the virtual pointer), Qt 5's wayland platform for the
+    # KDE portal backend, stream screenshots
+    mutter wireplumber xwayland kwin-wayland sway qtwayland5 dbus-bin fuse3
     xdg-desktop-portal xdg-desktop-portal-gnome xdg-desktop-portal-kde python3-gi
     gstreamer1.0-pipewire gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
 )

@@ -1,24 +1,34 @@
 #!/usr/bin/env bash
-# Touch path on Wayland: "MOVE" datagrams to UDP port 41863 at 250 per second for 10 s under
-# headless mutter (tests/support/with-mutter), timed from just before sendto() to the
-# wl_pointer.motion a full-screen Wayland window receives (wayland_pointer_observer), through
-# the application's dashboard (real socket, the poster it chooses: GNOME's remote desktop
-# service) and, in the same run, through a minimal libdbus client that calls
-# NotifyPointerMotionAbsolute per datagram (mutter-touch-reference). Runs in a private network
+# Touch path on Wayland: "MOVE" datagrams to UDP port 41863 at 250 per second for 10 s under a
+# headless compositor, timed from just before sendto() to the wl_pointer.motion a full-screen
+# Wayland window receives (wayland_pointer_observer), through the application's dashboard
+# (real socket, the poster it chooses) and, in the same run, through a minimal direct client:
+#   touch-path-wayland [mutter]  tests/support/with-mutter; GNOME's remote desktop service, and
+#                                a libdbus client calling NotifyPointerMotionAbsolute per datagram
+#                                (mutter-touch-reference)
+#   touch-path-wayland sway      tests/support/with-sway; the wlroots virtual pointer, and a
+#                                wayland-client program sending motion_absolute and frame per
+#                                datagram (wlr-touch-reference) Runs in a private network
 # namespace; needs root. "lost" counts the application's datagrams that never reached the
 # window; first/last are the p99 of the first and of the last second (no queueing: last <= first).
 # TOUCH_PATH_ROUNDS (3) rounds of both; TOUCH_PATH_DUMP_DIR keeps each datagram's times.
-# Last line: touch-path-wayland ours_p50_us=N ours_p99_us=N ref_p50_us=N ref_p99_us=N
+# Last line: touch-path-wayland compositor=NAME ours_p50_us=N ours_p99_us=N ref_p50_us=N ref_p99_us=N
 #            p99_ratio=R lost=N
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
 build=${ORVENTA_BUILD_DIR:-$root/build/release}
+compositor=${1:-mutter}
+case "$compositor" in
+mutter) session=with-mutter reference=mutter-touch-reference ;;
+sway) session=with-sway reference=wlr-touch-reference ;;
+*) echo "usage: touch-path-wayland [mutter|sway]" >&2; exit 2 ;;
+esac
 
 if [ "${TOUCH_PATH_INSIDE:-}" != 1 ]; then
     [ "$(id -u)" -eq 0 ] || { echo "touch-path-wayland: needs root (private network namespace)" >&2; exit 1; }
     export TOUCH_PATH_INSIDE=1 ORVENTA_BUILD_DIR=$build
-    exec unshare --net --pid --fork --kill-child --mount-proc "$root/tests/support/with-mutter" "$0" "$@"
+    exec unshare --net --pid --fork --kill-child --mount-proc "$root/tests/support/$session" "$0" "$@"
 fi
 
 . "$root/bench/private-net.sh"
@@ -28,7 +38,7 @@ rate=${TOUCH_PATH_RATE:-250}
 seconds=${TOUCH_PATH_SECONDS:-10}
 rounds=${TOUCH_PATH_ROUNDS:-3}
 app=$build/bench/touch-path-wayland/touch-path-wayland-app
-ref=$build/bench/touch-path-wayland/mutter-touch-reference
+ref=$build/bench/touch-path-wayland/$reference
 probe=$build/bench/touch-path-wayland/touch-path-wayland-probe
 observer=$build/tests/wayland/wayland_pointer_observer
 sim=$build/tools/receiver-sim/receiver-sim
@@ -104,6 +114,6 @@ queueing=no
 [ "$last" -le "$first" ] || queueing=yes
 echo "ours: p99 of the first second ${first} us, of the last second ${last} us (medians; last above first: $queueing)"
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }'; }
-echo "touch-path-wayland ours_p50_us=$(median "${ours_p50s[@]}") ours_p99_us=$ours_p99" \
+echo "touch-path-wayland compositor=$compositor ours_p50_us=$(median "${ours_p50s[@]}") ours_p99_us=$ours_p99" \
     "ref_p50_us=$(median "${ref_p50s[@]}") ref_p99_us=$ref_p99" \
     "p99_ratio=$(ratio "$ours_p99" "$ref_p99") lost=$lost"

@@ -1,6 +1,7 @@
 // The dashboard with its real touch socket and the application's own poster choice (on
-// headless mutter: GNOME's remote desktop service), paired with a receiver and with touchback
-// switched on, as a user would have it; for the touch-path-wayland benchmark.
+// headless mutter: GNOME's remote desktop service; on sway: the wlroots virtual pointer), paired
+// with a receiver and with touchback switched on, as a user would have it; for the
+// touch-path-wayland benchmark.
 //   touch-path-wayland-app RECEIVER_ADDRESS
 // Prints "ready" once the touch socket is bound, the switch has stopped animating and the
 // desktop session runs; ends when standard input closes.
@@ -9,6 +10,7 @@
 #include "app/DesktopEventPoster.h"
 #include "dashboard/DashboardViewController.h"
 #include "platform/wayland/MutterRemoteDesktopPoster.h"
+#include "platform/wayland/WlrVirtualPointerPoster.h"
 
 #include <QApplication>
 
@@ -29,10 +31,12 @@ int main(int argc, char** argv)
     BenchDashboard::pair(dashboard, QString::fromLocal8Bit(argv[1]), QStringLiteral("Bench Room"));
     BenchDashboard::setTouchback(dashboard, true);
     BenchDashboard::announceReadyWhen(&app, [&] {
-        auto* mutter
-            = poster ? dynamic_cast<MutterRemoteDesktopPoster*>(poster->backend()) : nullptr;
+        MouseEventPoster* backend = poster ? poster->backend() : nullptr;
+        auto* mutter = dynamic_cast<MutterRemoteDesktopPoster*>(backend);
+        auto* wlroots = dynamic_cast<WlrVirtualPointerPoster*>(backend);
+        const bool posting = (mutter && mutter->isRunning()) || (wlroots && wlroots->isRunning());
         return BenchDashboard::touchSocketBound(dashboard)
-            && BenchDashboard::switchSettled(dashboard) && mutter && mutter->isRunning();
+            && BenchDashboard::switchSettled(dashboard) && posting;
     });
     BenchDashboard::readCommands(&app, [](const QByteArray&) {});
     return app.exec();

@@ -1,13 +1,11 @@
 #include "DesktopEventPoster.h"
 
 #include "platform/Logging.h"
-#include "platform/MainScreen.h"
 #include "platform/UnsupportedDesktopPoster.h"
 #include "platform/wayland/MutterRemoteDesktopPoster.h"
 #include "platform/wayland/PortalRemoteDesktopPoster.h"
+#include "platform/wayland/WlrVirtualPointerPoster.h"
 #include "platform/x11/XTestEventPoster.h"
-
-#include <QScreen>
 
 DesktopEventPoster::DesktopEventPoster(QObject* parent)
     : QObject(parent)
@@ -26,6 +24,13 @@ void DesktopEventPoster::prepare()
         [this](const DesktopSession::Choice& choice) { use(choice); });
 }
 
+void DesktopEventPoster::finish()
+{
+    if (m_backend)
+        return m_backend->finish();
+    m_pending.discard("touchback stopped");
+}
+
 void DesktopEventPoster::use(const DesktopSession::Choice& choice)
 {
     using DesktopSession::Backend;
@@ -40,6 +45,9 @@ void DesktopEventPoster::use(const DesktopSession::Choice& choice)
         break;
     case Backend::RemoteDesktopPortal:
         m_ownedBackend = std::make_unique<PortalRemoteDesktopPoster>();
+        break;
+    case Backend::WlrVirtualPointer:
+        m_ownedBackend = std::make_unique<WlrVirtualPointerPoster>();
         break;
     case Backend::None:
         m_ownedBackend = std::make_unique<UnsupportedDesktopPoster>(choice.reason);
@@ -80,9 +88,5 @@ void DesktopEventPoster::postKeyEvent(const KeyEvent& event)
 
 std::optional<QSizeF> DesktopEventPoster::mainScreenSize()
 {
-    if (m_backend)
-        return m_backend->mainScreenSize();
-    if (QScreen* screen = MainScreen::current())
-        return QSizeF(screen->geometry().size());
-    return std::nullopt;
+    return m_backend ? m_backend->mainScreenSize() : MouseEventPoster::mainScreenSize();
 }

@@ -2,7 +2,7 @@
 
 #include "platform/DesktopSession.h"
 #include "platform/MouseEventPoster.h"
-#include "platform/wayland/PendingPointerEvents.h"
+#include "platform/PointerEventQueue.h"
 
 #include <QObject>
 
@@ -20,6 +20,7 @@ public:
     ~DesktopEventPoster() override;
 
     void prepare() override;
+    void finish() override;
     std::optional<KeyEvent> createKeyEvent(std::uint16_t keyCode, bool down) override;
     void postMouseEvent(const MouseEvent& event) override;
     void postKeyEvent(const KeyEvent& event) override;
@@ -36,6 +37,6 @@ private:
 
     MouseEventPoster* m_backend = nullptr;
     std::unique_ptr<MouseEventPoster> m_ownedBackend; // all but the process-wide XTest poster
-    PendingPointerEvents m_pending;
+    PointerEventQueue m_pending;
     bool m_choosing = false;
 };

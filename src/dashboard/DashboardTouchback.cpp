@@ -92,8 +92,10 @@ void DashboardViewController::beginScreenCast()
 void DashboardViewController::stopScreenCast()
 {
     stopServerPing();
-    if (m_sendUdpSocket)
+    if (m_sendUdpSocket) {
         m_sendUdpSocket->close();
+        finishPosting();
+    }
     m_isCastingInProgress = false;
     ui->castButtonView->setLayerContents(QStringLiteral("castingInactive"));
 }
@@ -125,6 +127,7 @@ void DashboardViewController::initiateTouchBack()
         previous->disconnect(this);
         previous->close();
         previous->deleteLater();
+        finishPosting(); // the desktop session is made anew below
     }
     clearWaitingTouches();
     auto* socket = new QUdpSocket(this);
@@ -154,6 +157,16 @@ void DashboardViewController::initiateTouchBack()
         m_mouseSimulator->prepare();
     else
         MouseEventPoster::defaultPoster()->prepare();
+}
+
+// The touch socket closed: the poster's desktop session (and GNOME's screen-sharing indicator)
+// ends with it. Turning the switch off leaves the socket, and the session, open.
+void DashboardViewController::finishPosting()
+{
+    if (m_mouseSimulator)
+        m_mouseSimulator->finish();
+    else
+        MouseEventPoster::defaultPoster()->finish();
 }
 
 void DashboardViewController::closeTouchBack()

@@ -91,6 +91,7 @@ public:
     void showScreenCastStoppedMessage();
     void initiateHDMITouchbackEnabled(bool enable, bool isHDMI);
     void initiateTouchBack();
+    void finishPosting();
     void closeTouchBack();
     void udpSocketDidReceiveData(QUdpSocket* socket, const QByteArray& data,
         const QHostAddress& fromAddress, quint16 fromPort);

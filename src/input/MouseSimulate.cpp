@@ -63,6 +63,11 @@ void MouseSimulate::prepare()
     poster().prepare();
 }
 
+void MouseSimulate::finish()
+{
+    poster().finish();
+}
+
 void MouseSimulate::initiateMouseEvent(
     QStringView event, QStringView x, QStringView y, QStringView timeStamp)
 {

@@ -45,6 +45,8 @@ public:
     // Touchback turns on: the poster gets ready (a desktop session, the user's permission)
     // without waiting for it.
     void prepare();
+    // Touchback closed its touch socket: the poster may end its desktop session.
+    void finish();
 
     // One touch report. The timestamp is handed on to mouseUp and not used for decisions.
     void initiateMouseEvent(QStringView event, QStringView x, QStringView y, qint64 timeStamp);

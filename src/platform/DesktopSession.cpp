@@ -1,18 +1,50 @@
 #include "DesktopSession.h"
 
 #include "DBusCalls.h"
+#include "WaylandConnection.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QTimer>
+
+#include <memory>
+#include <utility>
 
 namespace DesktopSession {
 namespace {
 constexpr int kPortalAnswerMs = 10000; // the portal may be started on demand
+constexpr int kCompositorAnswerMs = 5000;
 
 QDBusMessage busCall(const QString& method)
 {
     return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
         QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"), method);
+}
+
+// The last resort: the compositor's own globals, on a short-lived connection.
+void askCompositor(QObject* context, std::function<void(Choice)> done, QString portalError)
+{
+    auto* connection = new WaylandConnection(context);
+    const QString neither = QStringLiteral(
+        "this Wayland desktop offers neither GNOME's remote desktop service, nor the "
+        "RemoteDesktop portal (%1), nor the wlroots virtual pointer")
+                                .arg(portalError);
+    if (!connection->open()) {
+        delete connection;
+        return done({Backend::None, neither + QStringLiteral(" (no Wayland compositor answers)")});
+    }
+    auto answered = std::make_shared<bool>(false);
+    const auto answer = [connection, answered, done, neither] {
+        if (std::exchange(*answered, true))
+            return;
+        const bool offered
+            = connection->hasGlobal(QStringLiteral("zwlr_virtual_pointer_manager_v1"));
+        connection->deleteLater();
+        done(offered ? Choice {Backend::WlrVirtualPointer, {}} : Choice {Backend::None, neither});
+    };
+    QObject::connect(connection, &WaylandConnection::ready, context, answer);
+    QObject::connect(connection, &WaylandConnection::lost, context, answer);
+    QTimer::singleShot(kCompositorAnswerMs, connection, answer);
 }
 
 void askPortal(QDBusConnection bus, QObject* context, std::function<void(Choice)> done)
@@ -23,13 +55,10 @@ void askPortal(QDBusConnection bus, QObject* context, std::function<void(Choice)
     message << QStringLiteral("org.freedesktop.portal.RemoteDesktop") << QStringLiteral("version");
     DBusCalls::call(
         bus, message, context,
-        [done](const QDBusMessage& reply) {
+        [context, done](const QDBusMessage& reply) {
             if (!DBusCalls::failed(reply))
                 return done({Backend::RemoteDesktopPortal, {}});
-            done({Backend::None,
-                QStringLiteral("this Wayland desktop offers neither GNOME's remote desktop service "
-                               "nor the RemoteDesktop portal (%1)")
-                    .arg(reply.errorMessage())});
+            askCompositor(context, done, reply.errorMessage());
         },
         kPortalAnswerMs);
 }
@@ -69,8 +98,7 @@ void choose(const Environment& environment, QObject* context, std::function<void
     }
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
-        return done(
-            {Backend::None, QStringLiteral("a Wayland session without a D-Bus session bus")});
+        return askCompositor(context, done, QStringLiteral("no D-Bus session bus"));
     auto message = busCall(QStringLiteral("NameHasOwner"));
     message << QStringLiteral("org.gnome.Mutter.RemoteDesktop");
     DBusCalls::call(bus, message, context, [bus, context, done](const QDBusMessage& reply) {
@@ -89,6 +117,8 @@ QString nameOf(Backend backend)
         return QStringLiteral("GNOME remote desktop (org.gnome.Mutter.RemoteDesktop)");
     case Backend::RemoteDesktopPortal:
         return QStringLiteral("RemoteDesktop portal (org.freedesktop.portal.RemoteDesktop)");
+    case Backend::WlrVirtualPointer:
+        return QStringLiteral("wlroots virtual pointer (zwlr_virtual_pointer_manager_v1)");
     case Backend::None:
         break;
     }

@@ -15,6 +15,7 @@ enum class Backend {
     XTest, // an X11 session
     MutterRemoteDesktop, // GNOME: org.gnome.Mutter.RemoteDesktop is on the session bus
     RemoteDesktopPortal, // another Wayland desktop whose portal offers RemoteDesktop
+    WlrVirtualPointer, // a wlroots compositor: it offers zwlr_virtual_pointer_manager_v1
     None, // touches cannot be posted; reason says why
 };
 
@@ -40,7 +41,8 @@ struct Choice
 
 // Decides the backend without blocking: on Wayland it asks the session bus whether mutter's
 // remote desktop service is there, else whether the portal offers RemoteDesktop (which may
-// start the portal). done runs on context's thread, once.
+// start the portal), else the compositor whether it offers the wlroots virtual pointer.
+// done runs on context's thread, once.
 void choose(const Environment& environment, QObject* context, std::function<void(Choice)> done);
 
 // The backend's name for the log line.

@@ -14,13 +14,6 @@ public:
     void postMouseEvent(const MouseEvent&) override { warnOnce(); }
     void postKeyEvent(const KeyEvent&) override { warnOnce(); }
 
-    std::optional<QSizeF> mainScreenSize() override
-    {
-        if (QScreen* screen = MainScreen::current())
-            return QSizeF(screen->geometry().size());
-        return std::nullopt;
-    }
-
 private:
     void warnOnce()
     {
@@ -45,6 +38,9 @@ MouseEventPoster::~MouseEventPoster() = default;
 void MouseEventPoster::prepare()
 { }
 
+void MouseEventPoster::finish()
+{ }
+
 std::optional<MouseEvent> MouseEventPoster::createMouseEvent(MouseEventKind kind, QPointF point)
 {
     return MouseEvent {kind, point, 0};
@@ -53,6 +49,13 @@ std::optional<MouseEvent> MouseEventPoster::createMouseEvent(MouseEventKind kind
 std::optional<KeyEvent> MouseEventPoster::createKeyEvent(std::uint16_t keyCode, bool down)
 {
     return KeyEvent {keyCode, down, 0};
+}
+
+std::optional<QSizeF> MouseEventPoster::mainScreenSize()
+{
+    if (QScreen* screen = MainScreen::current())
+        return QSizeF(screen->geometry().size());
+    return std::nullopt;
 }
 
 MouseEventPoster* MouseEventPoster::defaultPoster()

@@ -41,6 +41,10 @@ public:
     // permission asks for it here (never at start-up), without waiting for the answer. Cheap
     // once prepared, so every touchback start may call it. Does nothing by default.
     virtual void prepare();
+    // Called when touchback closes its touch socket: no touch can arrive until the next
+    // prepare(), so a backend ends the desktop session it holds (GNOME shows that the screen is
+    // shared for as long as one lives). Does nothing by default.
+    virtual void finish();
 
     virtual std::optional<MouseEvent> createMouseEvent(MouseEventKind kind, QPointF point);
     virtual std::optional<KeyEvent> createKeyEvent(std::uint16_t keyCode, bool down);
@@ -48,7 +52,9 @@ public:
     virtual void postKeyEvent(const KeyEvent& event) = 0;
 
     // The size of the main screen in logical points; empty when there is no main screen.
-    virtual std::optional<QSizeF> mainScreenSize() = 0;
+    // Touches are mapped onto this size, and every backend posts them on that same screen
+    // (MainScreen::current()), so the default serves them all.
+    virtual std::optional<QSizeF> mainScreenSize();
 
     // The process-wide poster used by objects that were not given one. The application
     // installs its backend at start-up; tests of other areas install a recording poster.

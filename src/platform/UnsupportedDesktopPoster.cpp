@@ -1,9 +1,6 @@
 #include "UnsupportedDesktopPoster.h"
 
 #include "Logging.h"
-#include "MainScreen.h"
-
-#include <QScreen>
 
 UnsupportedDesktopPoster::UnsupportedDesktopPoster(QString reason)
     : m_reason(std::move(reason))
@@ -30,10 +27,3 @@ void UnsupportedDesktopPoster::postMouseEvent(const MouseEvent&)
 
 void UnsupportedDesktopPoster::postKeyEvent(const KeyEvent&)
 { }
-
-std::optional<QSizeF> UnsupportedDesktopPoster::mainScreenSize()
-{
-    if (QScreen* screen = MainScreen::current())
-        return QSizeF(screen->geometry().size());
-    return std::nullopt;
-}

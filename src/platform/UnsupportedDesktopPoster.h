@@ -15,7 +15,6 @@ public:
     std::optional<KeyEvent> createKeyEvent(std::uint16_t keyCode, bool down) override;
     void postMouseEvent(const MouseEvent& event) override;
     void postKeyEvent(const KeyEvent& event) override;
-    std::optional<QSizeF> mainScreenSize() override;
 
 private:
     QString m_reason;

@@ -233,6 +233,7 @@ private Q_SLOTS:
             before, QStringLiteral("ip=%1&enable=false&hidemenu=true&isHDMI=true").arg(kLocalIp)));
         QVERIFY(!d().pingTimer());
         QCOMPARE(first->state(), QAbstractSocket::BoundState);
+        QCOMPARE(m_poster.finishes(), 0); // the desktop session stays with the socket
         sendFrom(QStringLiteral("127.0.0.9"), "MOVE,10,20,1"); // still obeyed
         QTRY_COMPARE(m_poster.mouseEvents().size(), 1);
 
@@ -241,6 +242,9 @@ private Q_SLOTS:
         QCOMPARE(d().sendUdpSocket()->state(), QAbstractSocket::BoundState);
         QCOMPARE(d().sendUdpSocket()->localPort(), quint16(41863));
         QCOMPARE(m_log->messages("orventa.dashboard").count(QStringLiteral("Socket Ready")), 2);
+        // The replaced socket's desktop session ended, and a new one was asked for.
+        QCOMPARE(m_poster.finishes(), 1);
+        QCOMPARE(m_poster.preparations(), 2);
         QTRY_VERIFY(first.isNull());
         sendFrom(QStringLiteral("127.0.0.9"), "MOVE,30,40,1");
         QTRY_COMPARE(m_poster.mouseEvents().size(), 2);
@@ -265,6 +269,8 @@ private Q_SLOTS:
         QVERIFY(!d().isCastingInProgress());
         QVERIFY(!d().pingTimer());
         QCOMPARE(d().sendUdpSocket()->state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(m_poster.preparations(), 1);
+        QCOMPARE(m_poster.finishes(), 1); // the desktop session ends with the socket
         QVERIFY(!d().hdmiToggleView()->isHidden());
         QCOMPARE(d().castButtonView()->layerContents(), QStringLiteral("castingInactive"));
         QTRY_VERIFY(enableSent(
@@ -292,8 +298,10 @@ private Q_SLOTS:
         d().didPickCastingDeviceWithIP(kReceiverIp, kReceiverHex, kReceiverName);
         d().closeTouchBack(); // no socket yet: nothing
         QVERIFY(m_alerts->alerts().isEmpty());
+        QCOMPARE(m_poster.finishes(), 0);
         d().castButtonClicked();
         d().closeTouchBack();
+        QCOMPARE(m_poster.finishes(), 1);
         QCOMPARE(m_alerts->alerts(), (QList<AlertRecorder::Alert> {kEnabled, kDisabled}));
         QVERIFY(!d().isCastingInProgress());
         QVERIFY(!d().pingTimer());

@@ -35,11 +35,12 @@ done
 [ "$(field Version)" = "$(dpkg-parsechangelog -l "$source_dir/debian/changelog" -S Version)" ] ||
     fail "Version is not the changelog's"
 [ "$(field Recommends)" = "avahi-daemon, pipewire" ] || fail "Recommends is '$(field Recommends)'"
-# Made by dpkg-shlibdeps from what the two programs link (Qt, X11/XTest/XInput2, Avahi, libcrypto),
+# Made by dpkg-shlibdeps from what the two programs link (Qt, X11/XTest/XInput2, libwayland-client,
+# Avahi, libcrypto),
 # plus the X11 platform plugin Qt loads at run time, which no program links.
 depends=$(field Depends)
 for library in libc6 libstdc++6 libqt6core6 libqt6gui6 libqt6widgets6 libqt6network6 libqt6svg6 \
-    libx11-6 libxtst6 libavahi-client3 libavahi-common3 libssl3 qt6-qpa-plugins; do
+    libx11-6 libxtst6 libwayland-client0 libavahi-client3 libavahi-common3 libssl3 qt6-qpa-plugins; do
     [[ ", $depends," == *", $library "* || ", $depends," == *", $library,"* ]] ||
         fail "Depends does not name $library"
 done

@@ -1,6 +1,7 @@
 // Which poster the application chooses, from the session and from what answers on the session
 // bus, never from Qt's platform name. The helper runs inside real sessions: headless mutter with
-// Xwayland (the application itself on xcb), Xvfb, and a session bus where nothing answers.
+// Xwayland (the application itself on xcb), headless sway, Xvfb, and a session bus where
+// nothing answers.
 #include "HelperProcess.h"
 
 #include "platform/DesktopSession.h"
@@ -72,6 +73,15 @@ private slots:
                 kHelper});
         QCOMPARE(result.exitCode, 0);
         QVERIFY2(chosenLine(result).contains(QLatin1String("GNOME remote desktop")),
+            result.standardError.constData());
+    }
+
+    void swayChoosesTheVirtualPointer()
+    {
+        // No RemoteDesktop portal and no mutter: the compositor's own protocol is the way.
+        const HelperResult result = runHelper(kSupport + QStringLiteral("/with-sway"), {kHelper});
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY2(chosenLine(result).contains(QLatin1String("wlroots virtual pointer")),
             result.standardError.constData());
     }
 

@@ -8,6 +8,8 @@
 #include <QDBusVariant>
 #include <QScreen>
 
+#include <utility>
+
 namespace {
 const QString kRemoteDesktop = QStringLiteral("org.gnome.Mutter.RemoteDesktop");
 const QString kRemoteDesktopSession = QStringLiteral("org.gnome.Mutter.RemoteDesktop.Session");
@@ -37,8 +39,37 @@ MutterRemoteDesktopPoster::~MutterRemoteDesktopPoster()
 
 void MutterRemoteDesktopPoster::prepare()
 {
+    m_stopWhenStarted = false;
     if (m_state == State::Idle || m_state == State::Failed)
         createRemoteDesktopSession();
+}
+
+void MutterRemoteDesktopPoster::finish()
+{
+    if (m_state != State::Starting && m_state != State::Running)
+        return;
+    m_pending.discard("touchback stopped");
+    if (m_state == State::Starting) {
+        // Mutter stops only a started session: it is stopped as soon as it has started.
+        m_stopWhenStarted = true;
+        return;
+    }
+    stopSession();
+    m_state = State::Idle;
+    qCInfo(lcInput) << "GNOME remote desktop session stopped with touchback";
+}
+
+void MutterRemoteDesktopPoster::stopSession()
+{
+    if (m_sessionPath.isEmpty())
+        return;
+    m_bus.disconnect(kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Closed"),
+        this, SLOT(sessionClosed()));
+    // No answer wanted; mutter stops the linked screen cast with it.
+    m_bus.send(QDBusMessage::createMethodCall(
+        kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Stop")));
+    m_sessionPath.clear();
+    m_streamPath.clear();
 }
 
 void MutterRemoteDesktopPoster::createRemoteDesktopSession()
@@ -82,7 +113,8 @@ void MutterRemoteDesktopPoster::createScreenCastSession(const QString& sessionId
         if (DBusCalls::failed(reply))
             return fail(QStringLiteral("ScreenCast.CreateSession"), reply);
         m_screenCastPath = reply.arguments().value(0).value<QDBusObjectPath>().path();
-        // The monitor holding the window: Qt names a Wayland screen after its output's connector.
+        // The monitor holding the window: Qt names a Wayland screen after its output's
+        // connector.
         const QScreen* screen = MainScreen::current();
         recordMonitor(screen ? screen->name() : QString());
     });
@@ -114,6 +146,12 @@ void MutterRemoteDesktopPoster::startSession()
     DBusCalls::call(m_bus, message, this, [this](const QDBusMessage& reply) {
         if (DBusCalls::failed(reply))
             return fail(QStringLiteral("Start"), reply);
+        if (std::exchange(m_stopWhenStarted, false)) {
+            stopSession();
+            m_state = State::Idle;
+            qCInfo(lcInput) << "GNOME remote desktop session stopped with touchback";
+            return;
+        }
         m_state = State::Running;
         m_callErrorReported = false;
         qCInfo(lcInput) << "GNOME remote desktop session started: touches are posted";
@@ -125,6 +163,7 @@ void MutterRemoteDesktopPoster::startSession()
 void MutterRemoteDesktopPoster::fail(const QString& step, const QDBusMessage& error)
 {
     m_state = State::Failed;
+    m_stopWhenStarted = false;
     if (step == QLatin1String("Start"))
         qCWarning(lcInput).noquote() << "GNOME refused to start the remote desktop session ("
                 + errorText(error)
@@ -134,12 +173,7 @@ void MutterRemoteDesktopPoster::fail(const QString& step, const QDBusMessage& er
         qCWarning(lcInput).noquote() << "Cannot set up GNOME's remote desktop session at" << step
                                      << "(" + errorText(error) + "); touches are not posted";
     m_pending.discard("the desktop session could not be started");
-    if (!m_sessionPath.isEmpty()) {
-        // No answer wanted: after a failed Start mutter has already dropped the session.
-        m_bus.send(QDBusMessage::createMethodCall(
-            kRemoteDesktop, m_sessionPath, kRemoteDesktopSession, QStringLiteral("Stop")));
-        m_sessionPath.clear();
-    }
+    stopSession(); // after a failed Start mutter has already dropped it
     Q_EMIT failed();
 }
 
@@ -161,13 +195,6 @@ std::optional<KeyEvent> MutterRemoteDesktopPoster::createKeyEvent(std::uint16_t,
 
 void MutterRemoteDesktopPoster::postKeyEvent(const KeyEvent&)
 { }
-
-std::optional<QSizeF> MutterRemoteDesktopPoster::mainScreenSize()
-{
-    if (QScreen* screen = MainScreen::current())
-        return QSizeF(screen->geometry().size());
-    return std::nullopt;
-}
 
 void MutterRemoteDesktopPoster::postMouseEvent(const MouseEvent& event)
 {

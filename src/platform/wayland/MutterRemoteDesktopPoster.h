@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PendingPointerEvents.h"
 #include "platform/MouseEventPoster.h"
+#include "platform/PointerEventQueue.h"
 
 #include <QDBusConnection>
 #include <QObject>
@@ -11,11 +11,12 @@ class QDBusMessage;
 
 // Posts the pointer through GNOME's own remote desktop service (mutter, on the session bus):
 // a RemoteDesktop session linked to a ScreenCast session that records the monitor holding the
-// application's window. The session is started once, at the first prepare(), and kept for the
-// application's lifetime; when mutter closes it, the next prepare() or touch makes it anew.
+// application's window. The session lives from prepare() (touchback opens its touch socket) to
+// finish() (the socket closes), since GNOME shows its screen-sharing indicator for as long as
+// it lives; when mutter closes it, the next prepare() or touch makes it anew.
 // Points are the monitor's logical pixels, as mutter wants them for that stream. GNOME asks
 // for no consent; it needs a running PipeWire. Touches posted while the session starts are
-// replayed when it is ready (see PendingPointerEvents). Key events are not posted.
+// replayed when it is ready (see PointerEventQueue). Key events are not posted.
 class MutterRemoteDesktopPoster final : public QObject, public MouseEventPoster
 {
     Q_OBJECT
@@ -24,10 +25,10 @@ public:
     ~MutterRemoteDesktopPoster() override;
 
     void prepare() override;
+    void finish() override;
     std::optional<KeyEvent> createKeyEvent(std::uint16_t keyCode, bool down) override;
     void postMouseEvent(const MouseEvent& event) override;
     void postKeyEvent(const KeyEvent& event) override;
-    std::optional<QSizeF> mainScreenSize() override;
 
     bool isRunning() const { return m_state == State::Running; }
 
@@ -49,6 +50,7 @@ private:
     void recordMonitor(const QString& connector);
     void startSession();
     void fail(const QString& step, const QDBusMessage& error);
+    void stopSession();
     void send(const MouseEvent& event);
     void callSession(const QString& method, const QList<QVariant>& arguments);
 
@@ -57,6 +59,7 @@ private:
     QString m_sessionPath;
     QString m_screenCastPath;
     QString m_streamPath;
-    PendingPointerEvents m_pending;
+    PointerEventQueue m_pending;
     bool m_callErrorReported = false;
+    bool m_stopWhenStarted = false; // touchback stopped while the session was starting
 };

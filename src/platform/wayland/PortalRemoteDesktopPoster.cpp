@@ -20,7 +20,6 @@ constexpr uint kMonitorSource = 1;
 constexpr uint kPersistUntilRevoked = 2;
 constexpr uint kCancelled = 1;
 constexpr int kLeftButton = 272; // BTN_LEFT
-constexpr std::size_t kMaxOutgoing = 1024;
 
 struct Stream
 {
@@ -79,6 +78,21 @@ void PortalRemoteDesktopPoster::prepare()
 {
     if (m_state == State::Idle || m_state == State::Failed)
         createSession();
+}
+
+void PortalRemoteDesktopPoster::finish()
+{
+    if (m_state != State::Running || m_restoreToken.isEmpty())
+        return; // without a token a new session would ask the user again
+    m_pending.discard("touchback stopped");
+    m_outgoing.discard("touchback stopped");
+    m_bus.disconnect(
+        kService, m_sessionPath, kSession, QStringLiteral("Closed"), this, SLOT(sessionClosed()));
+    m_bus.asyncCall(
+        QDBusMessage::createMethodCall(kService, m_sessionPath, kSession, QStringLiteral("Close")));
+    m_sessionPath.clear();
+    m_state = State::Idle;
+    qCInfo(lcInput) << "Remote desktop portal session closed with touchback";
 }
 
 void PortalRemoteDesktopPoster::createSession()
@@ -189,6 +203,7 @@ void PortalRemoteDesktopPoster::sessionClosed()
     if (m_state == State::Refused || m_state == State::Failed)
         return; // closed by giveUp(), already said why
     m_sessionPath.clear();
+    m_outgoing.discard("the desktop ended the session");
     if (m_restoreToken.isEmpty()) {
         m_state = State::Refused;
         qCWarning(lcInput) << "The desktop ended the remote desktop session; touches are not "
@@ -208,13 +223,6 @@ std::optional<KeyEvent> PortalRemoteDesktopPoster::createKeyEvent(std::uint16_t,
 
 void PortalRemoteDesktopPoster::postKeyEvent(const KeyEvent&)
 { }
-
-std::optional<QSizeF> PortalRemoteDesktopPoster::mainScreenSize()
-{
-    if (QScreen* screen = MainScreen::current())
-        return QSizeF(screen->geometry().size());
-    return std::nullopt;
-}
 
 void PortalRemoteDesktopPoster::postMouseEvent(const MouseEvent& event)
 {
@@ -244,26 +252,7 @@ QPointF PortalRemoteDesktopPoster::toStream(QPointF point) const
 
 void PortalRemoteDesktopPoster::send(const MouseEvent& event)
 {
-    const QPointF at = toStream(event.point);
-    callSession(QStringLiteral("NotifyPointerMotionAbsolute"), {m_node, at.x(), at.y()});
-    if (event.kind == MouseEventKind::LeftDown || event.kind == MouseEventKind::LeftUp)
-        callSession(QStringLiteral("NotifyPointerButton"),
-            {kLeftButton, uint(event.kind == MouseEventKind::LeftDown ? 1 : 0)});
-}
-
-void PortalRemoteDesktopPoster::callSession(const QString& method, const QList<QVariant>& arguments)
-{
-    if (m_outgoing.size() >= kMaxOutgoing) {
-        if (!m_outgoingOverflowReported)
-            qCWarning(lcInput) << "The portal does not keep up with the touches; dropping some";
-        m_outgoingOverflowReported = true;
-        return;
-    }
-    auto message = portalCall(kRemoteDesktop, method);
-    message.setArguments(
-        QList<QVariant> {QVariant::fromValue(QDBusObjectPath(m_sessionPath)), QVariantMap()}
-        + arguments);
-    m_outgoing.push_back(message);
+    m_outgoing.push(event); // drops motions, never a button, when the portal falls behind
     sendNext();
 }
 
@@ -271,22 +260,43 @@ void PortalRemoteDesktopPoster::sendNext()
 {
     // One call at a time: xdg-desktop-portal handles calls on worker threads, so two calls in
     // flight can reach the desktop swapped (a release before its press).
-    if (m_inFlight || m_outgoing.empty())
+    if (m_inFlight || m_state != State::Running)
         return;
-    const QDBusMessage message = m_outgoing.front();
-    m_outgoing.pop_front();
+    const std::optional<MouseEvent> event = m_outgoing.takeFirst();
+    if (!event)
+        return;
     m_inFlight = true;
+    const QPointF at = toStream(event->point);
+    callSession(QStringLiteral("NotifyPointerMotionAbsolute"), {m_node, at.x(), at.y()},
+        [this, kind = event->kind] {
+            if (kind != MouseEventKind::LeftDown && kind != MouseEventKind::LeftUp)
+                return sent();
+            callSession(QStringLiteral("NotifyPointerButton"),
+                {kLeftButton, uint(kind == MouseEventKind::LeftDown ? 1 : 0)}, [this] { sent(); });
+        });
+}
+
+void PortalRemoteDesktopPoster::sent()
+{
+    m_inFlight = false;
+    sendNext();
+}
+
+void PortalRemoteDesktopPoster::callSession(
+    const QString& method, const QList<QVariant>& arguments, std::function<void()> then)
+{
+    auto message = portalCall(kRemoteDesktop, method);
+    message.setArguments(
+        QList<QVariant> {QVariant::fromValue(QDBusObjectPath(m_sessionPath)), QVariantMap()}
+        + arguments);
     DBusCalls::call(
-        m_bus, message, this, [this, method = message.member()](const QDBusMessage& reply) {
-            m_inFlight = false;
+        m_bus, message, this, [this, method, then = std::move(then)](const QDBusMessage& reply) {
             if (DBusCalls::failed(reply) && !m_callErrorReported) {
                 m_callErrorReported = true;
                 qCWarning(lcInput).noquote()
                     << "The portal rejected" << method
                     << "(" + reply.errorName() + ": " + reply.errorMessage() + ")";
             }
-            if (m_outgoing.size() < kMaxOutgoing / 2)
-                m_outgoingOverflowReported = false;
-            sendNext();
+            then();
         });
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PendingPointerEvents.h"
 #include "platform/MouseEventPoster.h"
+#include "platform/PointerEventQueue.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -10,16 +10,17 @@
 #include <QString>
 #include <QVariantMap>
 
-#include <deque>
+#include <functional>
 
 // Posts the pointer through the RemoteDesktop portal (xdg-desktop-portal, with its ScreenCast
-// for the one monitor the pointer moves on). The session is asked for at the first prepare()
-// and kept for the application's lifetime; the user is asked at most once per application run
-// (the restore token, when the portal gives one, is kept in memory only so that a session the
-// desktop closes comes back without a new question). The pointer must be among the granted
-// devices: a refusal, or sharing the screen without remote interaction, is logged once and
-// from then on nothing is posted. Touches posted while the user decides wait (see
-// PendingPointerEvents). Points map linearly from the main screen onto the shared stream.
+// for the one monitor the pointer moves on). The session is asked for at prepare() (touchback
+// opens its touch socket). When the portal gave a restore token it is closed at finish() (the
+// socket closes) and comes back at the next prepare() without a question; without one, a new
+// session would ask the user again, so it is kept until the application quits. The user is
+// asked at most once per application run (the token is kept in memory only). The pointer must be
+// among the granted devices: a refusal, or sharing the screen without remote interaction, is logged
+// once and from then on nothing is posted. Touches posted while the user decides wait (see
+// PointerEventQueue). Points map linearly from the main screen onto the shared stream.
 class PortalRemoteDesktopPoster final : public QObject, public MouseEventPoster
 {
     Q_OBJECT
@@ -28,10 +29,10 @@ public:
     ~PortalRemoteDesktopPoster() override;
 
     void prepare() override;
+    void finish() override;
     std::optional<KeyEvent> createKeyEvent(std::uint16_t keyCode, bool down) override;
     void postMouseEvent(const MouseEvent& event) override;
     void postKeyEvent(const KeyEvent& event) override;
-    std::optional<QSizeF> mainScreenSize() override;
 
 Q_SIGNALS:
     // The session runs with the pointer granted.
@@ -52,8 +53,10 @@ private:
     void sessionStarted(const QVariantMap& results);
     void giveUp(State state, const QString& why);
     void send(const MouseEvent& event);
-    void callSession(const QString& method, const QList<QVariant>& arguments);
+    void callSession(
+        const QString& method, const QList<QVariant>& arguments, std::function<void()> then);
     void sendNext();
+    void sent();
     QPointF toStream(QPointF point) const;
 
     QDBusConnection m_bus;
@@ -62,9 +65,8 @@ private:
     QString m_restoreToken; // memory only: the application keeps nothing on disk
     uint m_node = 0;
     QSize m_streamSize;
-    PendingPointerEvents m_pending;
+    PointerEventQueue m_pending;
     bool m_callErrorReported = false;
-    std::deque<QDBusMessage> m_outgoing; // pointer calls not sent yet, in order
+    PointerEventQueue m_outgoing; // touches not sent yet, while a call is on its way
     bool m_inFlight = false;
-    bool m_outgoingOverflowReported = false;
 };

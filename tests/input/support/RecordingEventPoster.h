@@ -29,6 +29,7 @@ public:
     void postKeyEvent(const KeyEvent& event) override;
     std::optional<QSizeF> mainScreenSize() override;
     void prepare() override { ++m_preparations; }
+    void finish() override { ++m_finishes; }
 
     void recordSleep(quint32 microseconds);
 
@@ -38,9 +39,12 @@ public:
     {
         m_entries.clear();
         m_preparations = 0;
+        m_finishes = 0;
     }
     // How many times touchback asked the poster to get ready.
     int preparations() const { return m_preparations; }
+    // How many times touchback told the poster that its touch socket closed.
+    int finishes() const { return m_finishes; }
     int screenQueries() const { return m_screenQueries; }
     int mouseCreations() const { return m_mouseCreations; }
 
@@ -55,6 +59,7 @@ private:
     int m_screenQueries = 0;
     int m_mouseCreations = 0;
     int m_preparations = 0;
+    int m_finishes = 0;
 };
 
 // Shortcuts for expected entries.
