@@ -293,7 +293,8 @@ def check_app_id(app_path):
     env['WAYLAND_DEBUG'] = 'client'
     app = Client([app_path], env=env, stream='stderr')
     try:
-        app.expect(r'xdg_toplevel@\d+\.set_app_id\("com\.orventa\.companion"\)', 30)
+        # libwayland 1.23 names objects as interface#id, older releases as interface@id.
+        app.expect(r'xdg_toplevel[@#]\d+\.set_app_id\("com\.orventa\.companion"\)', 30)
         print('app-id: a native Wayland window with app_id com.orventa.companion')
     finally:
         app.stop()
