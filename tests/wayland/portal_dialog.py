@@ -1,6 +1,6 @@
 """Answers a desktop portal's permission dialog from outside, through AT-SPI, the way a user
-with a screen reader would: finds the dialog's controls by their names (in any letter case, which
-differs between releases), never by coordinates.
+with a screen reader would: finds the dialog's controls by their names or their labels' texts
+(in any letter case, which differs between releases), never by coordinates.
 
 Run with Debian's /usr/bin/python3 (it has pyatspi) inside the session of with-mutter --portal or
 with-kwin, whose portal backends are started with accessibility on.
@@ -53,15 +53,27 @@ def backends():
 
 
 def showing(node):
-    return node.getState().contains(pyatspi.STATE_SHOWING)
+    # GTK 3 under a headless compositor marks the controls visible but not showing.
+    state = node.getState()
+    return not state.contains(pyatspi.STATE_DEFUNCT) and (
+        state.contains(pyatspi.STATE_SHOWING) or state.contains(pyatspi.STATE_VISIBLE))
+
+
+def named(node, name):
+    """The control's own name, or the text of the label inside it (GTK 3 names a button
+    "_Share Share", after its mnemonic and its label)."""
+    if node.name.replace('_', '').lower() == name.lower():
+        return True
+    return any(child is not None and child.getRole() == pyatspi.ROLE_LABEL
+               and child.name.lower() == name.lower()
+               for child in pyatspi.findAllDescendants(node, lambda n: n is not None))
 
 
 def find(name, roles):
     for app in backends():
         node = pyatspi.findDescendant(
-            app, lambda n: n is not None and n.name.lower() == name.lower()
-            and n.getRole() in roles
-            and showing(n))
+            app, lambda n: n is not None and n.getRole() in roles and showing(n)
+            and named(n, name))
         if node is not None:
             return node
     return None

@@ -116,6 +116,7 @@ void MutterRemoteDesktopPoster::startSession()
             return fail(QStringLiteral("Start"), reply);
         m_state = State::Running;
         m_callErrorReported = false;
+        m_firstMotion = true;
         qCInfo(lcInput) << "GNOME remote desktop session started: touches are posted";
         m_pending.replay([this](const MouseEvent& event) { send(event); });
         Q_EMIT started();
@@ -192,6 +193,13 @@ void MutterRemoteDesktopPoster::send(const MouseEvent& event)
         kRemoteDesktopSession, QStringLiteral("NotifyPointerMotionAbsolute"));
     motion << m_streamPath << event.point.x() << event.point.y();
     m_bus.send(motion);
+    if (m_firstMotion) {
+        // GNOME 48 drops the first motion of the session's new virtual pointer (GNOME 43
+        // delivers it), so the first touch would land where the pointer was. A second motion
+        // to the same point lands on both and moves nothing where the first arrived.
+        m_bus.send(motion);
+        m_firstMotion = false;
+    }
     if (event.kind == MouseEventKind::LeftDown || event.kind == MouseEventKind::LeftUp)
         callSession(QStringLiteral("NotifyPointerButton"),
             {kLeftButton, event.kind == MouseEventKind::LeftDown});

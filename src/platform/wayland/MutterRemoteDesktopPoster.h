@@ -59,4 +59,5 @@ private:
     QString m_streamPath;
     PendingPointerEvents m_pending;
     bool m_callErrorReported = false;
+    bool m_firstMotion = true; // the session's first motion, which goes out twice
 };
