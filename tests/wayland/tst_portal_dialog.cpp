@@ -120,8 +120,8 @@ private:
         answer.start(QStringLiteral("/usr/bin/python3"),
             QStringList {QStringLiteral(PORTAL_DIALOG_SCRIPT)} + arguments);
         // The event loop runs meanwhile: the poster receives the portal's answer.
-        const bool ended = QTest::qWaitFor(
-            [&] { return answer.state() == QProcess::NotRunning; }, 60000);
+        const bool ended
+            = QTest::qWaitFor([&] { return answer.state() == QProcess::NotRunning; }, 60000);
         if (!ended)
             answer.kill();
         return ended && answer.exitStatus() == QProcess::NormalExit && answer.exitCode() == 0;

@@ -50,6 +50,7 @@ private:
     void startSession();
     void fail(const QString& step, const QDBusMessage& error);
     void send(const MouseEvent& event);
+    void settled();
     void callSession(const QString& method, const QList<QVariant>& arguments);
 
     QDBusConnection m_bus;
@@ -60,4 +61,5 @@ private:
     PendingPointerEvents m_pending;
     bool m_callErrorReported = false;
     bool m_firstMotion = true; // the session's first motion, which goes out twice
+    bool m_settling = false; // between the two: events wait in m_pending
 };
