@@ -168,6 +168,20 @@ def no_arrow(shot, rect):
     return True if arrow_tip(shot, rect) is None else None
 
 
+def mutter_major():
+    """mutter's major version when this runs under mutter, else 0."""
+    if os.environ.get('XDG_CURRENT_DESKTOP') != 'GNOME':
+        return 0
+    version = subprocess.run(['mutter', '--version'], capture_output=True, text=True).stdout
+    match = re.search(r'mutter (\d+)\.', version)
+    return int(match.group(1)) if match else 0
+
+
+def press_that_closes_a_popup_is_kept():
+    """Seen on mutter 48; mutter 43 and kwin pass the press on to the window under it."""
+    return mutter_major() >= 48
+
+
 def check_popovers(screen, harness_path):
     harness = Client([harness_path, 'dashboard'])
     try:
@@ -207,6 +221,15 @@ def check_popovers(screen, harness_path):
         screen.click(lx + lw // 2, ly + lh // 2)
         screen.wait_for('the list popover', lambda s: arrow_tip(s, icons['list']), 'switch-list.png')
         screen.click(sx + sw // 2, sy + sh // 2)
+        if press_that_closes_a_popup_is_kept():
+            # mutter 48 ends a pop-up's grab on a press outside it and keeps that press, as GTK's
+            # own pop-ups show there: the list closes, and the next press opens the settings.
+            screen.wait_for('the list popover closing on the press on the gear',
+                            lambda s: no_arrow(s, icons['list']) and no_arrow(s, icons['settings']),
+                            'switch-closed.png')
+            print('mutter %d keeps the press that closes a pop-up: the gear pressed again'
+                  % mutter_major())
+            screen.click(sx + sw // 2, sy + sh // 2)
         screen.wait_for('the settings popover in place of the list',
                         lambda s: arrow_tip(s, icons['settings']) and no_arrow(s, icons['list']),
                         'switch-settings.png')
