@@ -233,7 +233,7 @@ def check_popovers(screen, harness_path):
         screen.wait_for('the settings popover in place of the list',
                         lambda s: arrow_tip(s, icons['settings']) and no_arrow(s, icons['list']),
                         'switch-settings.png')
-        print('one press on the gear closes the list and opens the settings')
+        print('a press on the gear closes the list and opens the settings')
     finally:
         harness.stop()
 
