@@ -177,8 +177,8 @@ def mutter_major():
     return int(match.group(1)) if match else 0
 
 
-def press_that_closes_a_popup_is_kept():
-    """Seen on mutter 48; mutter 43 and kwin pass the press on to the window under it."""
+def press_that_closes_a_popup_may_be_kept():
+    """Seen on mutter 48; mutter 43 and kwin always pass the press on to the window under it."""
     return mutter_major() >= 48
 
 
@@ -221,15 +221,21 @@ def check_popovers(screen, harness_path):
         screen.click(lx + lw // 2, ly + lh // 2)
         screen.wait_for('the list popover', lambda s: arrow_tip(s, icons['list']), 'switch-list.png')
         screen.click(sx + sw // 2, sy + sh // 2)
-        if press_that_closes_a_popup_is_kept():
-            # mutter 48 ends a pop-up's grab on a press outside it and keeps that press, as GTK's
-            # own pop-ups show there: the list closes, and the next press opens the settings.
-            screen.wait_for('the list popover closing on the press on the gear',
-                            lambda s: no_arrow(s, icons['list']) and no_arrow(s, icons['settings']),
-                            'switch-closed.png')
-            print('mutter %d keeps the press that closes a pop-up: the gear pressed again'
-                  % mutter_major())
-            screen.click(sx + sw // 2, sy + sh // 2)
+        if press_that_closes_a_popup_may_be_kept():
+            # mutter 48 sometimes keeps the press that ends a pop-up's grab (seen in some runs,
+            # not in others): the list closes and the press reaches nothing, as with GTK's own
+            # pop-ups there. The gear then opens the settings at the next press.
+            try:
+                screen.wait_for('the settings popover in place of the list',
+                                lambda s: arrow_tip(s, icons['settings'])
+                                and no_arrow(s, icons['list']), 'switch-settings.png', 3)
+            except CheckFailed:
+                screen.wait_for('the list popover closed by the press on the gear',
+                                lambda s: no_arrow(s, icons['list'])
+                                and no_arrow(s, icons['settings']), 'switch-closed.png')
+                print('mutter %d kept the press that closed the list: the gear pressed again'
+                      % mutter_major())
+                screen.click(sx + sw // 2, sy + sh // 2)
         screen.wait_for('the settings popover in place of the list',
                         lambda s: arrow_tip(s, icons['settings']) and no_arrow(s, icons['list']),
                         'switch-settings.png')
