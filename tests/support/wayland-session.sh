@@ -96,13 +96,22 @@ wayland_session_portal_has_remote_desktop() {
 }
 
 
+# wayland_session_publish: hands the session's environment to D-Bus activation. Called before
+# the compositor starts, as kwin 6 activates the portal itself: a portal started before
+# XDG_CURRENT_DESKTOP is known picks the GTK backend, which offers no RemoteDesktop. The portal
+# backends run with accessibility on, so that tests answer their dialogs through AT-SPI.
+wayland_session_publish() {
+    QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1 dbus-update-activation-environment WAYLAND_DISPLAY XDG_CURRENT_DESKTOP XDG_SESSION_TYPE \
+        XDG_RUNTIME_DIR XDG_CONFIG_HOME XDG_CACHE_HOME XDG_DATA_HOME GSETTINGS_BACKEND \
+        QT_LINUX_ACCESSIBILITY_ALWAYS_ON
+}
+
 # wayland_session_start_portal BACKEND_BUS_NAME: publishes the session to D-Bus activation,
 # starts the portal backend and xdg-desktop-portal through activation (they activate each other,
 # so starting them by hand would race with the bus), and waits until RemoteDesktop is offered.
 # Activated services end with the session bus.
 wayland_session_start_portal() {
-    dbus-update-activation-environment WAYLAND_DISPLAY XDG_CURRENT_DESKTOP XDG_SESSION_TYPE \
-        XDG_RUNTIME_DIR XDG_CONFIG_HOME XDG_CACHE_HOME XDG_DATA_HOME GSETTINGS_BACKEND
+    wayland_session_publish
     local name
     for name in "$1" org.freedesktop.portal.Desktop; do
         dbus-send --session --print-reply --reply-timeout=20000 --dest=org.freedesktop.DBus \
@@ -110,6 +119,19 @@ wayland_session_start_portal() {
             >/dev/null || { wayland_session_log "could not start $name"; exit 1; }
     done
     wayland_session_wait_for "the RemoteDesktop portal" wayland_session_portal_has_remote_desktop
+}
+
+# wayland_session_authorize_kde: Plasma 6 asks before it grants remote control unless the
+# application is authorised in the permission store: table "kde-authorized", entry
+# "remote-desktop", the application id with "yes"; the empty id stands for every application
+# that is not sandboxed (the portal knows no id for them). This is what a user records once with
+# "flatpak permission-set kde-authorized remote-desktop '' yes".
+wayland_session_authorize_kde() {
+    dbus-send --session --print-reply --reply-timeout=10000 \
+        --dest=org.freedesktop.impl.portal.PermissionStore /org/freedesktop/impl/portal/PermissionStore \
+        org.freedesktop.impl.portal.PermissionStore.SetPermission string:kde-authorized \
+        boolean:true string:remote-desktop string: array:string:yes >/dev/null \
+        || { wayland_session_log "could not authorise remote desktop in the permission store"; exit 1; }
 }
 
 # wayland_session_run COMMAND...: runs the command with the client environment, returns its status.

@@ -1,6 +1,7 @@
 """Input and screenshots from outside a Wayland client, through the compositor's own remote
 desktop and screen cast services: mutter's org.gnome.Mutter.RemoteDesktop / ScreenCast, or the
-xdg-desktop-portal RemoteDesktop and ScreenCast portals (KDE grants them without a dialog).
+xdg-desktop-portal RemoteDesktop and ScreenCast portals (KDE grants them without a dialog: Plasma 5
+asks nothing, and with-kwin authorises remote desktop in Plasma 6's permission store).
 
 Both classes offer start(), move(x, y), button(pressed), key(evdev_code, pressed), and the
 monitor's PipeWire stream (node, pipewire_fd) for FrameRecorder. Coordinates are the monitor's
@@ -159,7 +160,7 @@ class PortalRemote(_Bus):
 
 
 def remote_for(desktop):
-    """mutter: its own services; kwin: the portals (KDE grants them without a dialog)."""
+    """mutter: its own services; kwin: the portals (granted without a dialog, see above)."""
     return {'mutter': MutterRemote, 'kwin': PortalRemote}[desktop]()
 
 

@@ -168,6 +168,20 @@ def no_arrow(shot, rect):
     return True if arrow_tip(shot, rect) is None else None
 
 
+def mutter_major():
+    """mutter's major version when this runs under mutter, else 0."""
+    if os.environ.get('XDG_CURRENT_DESKTOP') != 'GNOME':
+        return 0
+    version = subprocess.run(['mutter', '--version'], capture_output=True, text=True).stdout
+    match = re.search(r'mutter (\d+)\.', version)
+    return int(match.group(1)) if match else 0
+
+
+def press_that_closes_a_popup_may_be_kept():
+    """Seen on mutter 48; mutter 43 and kwin always pass the press on to the window under it."""
+    return mutter_major() >= 48
+
+
 def check_popovers(screen, harness_path):
     harness = Client([harness_path, 'dashboard'])
     try:
@@ -207,10 +221,25 @@ def check_popovers(screen, harness_path):
         screen.click(lx + lw // 2, ly + lh // 2)
         screen.wait_for('the list popover', lambda s: arrow_tip(s, icons['list']), 'switch-list.png')
         screen.click(sx + sw // 2, sy + sh // 2)
+        if press_that_closes_a_popup_may_be_kept():
+            # mutter 48 sometimes keeps the press that ends a pop-up's grab (seen in some runs,
+            # not in others): the list closes and the press reaches nothing, as with GTK's own
+            # pop-ups there. The gear then opens the settings at the next press.
+            try:
+                screen.wait_for('the settings popover in place of the list',
+                                lambda s: arrow_tip(s, icons['settings'])
+                                and no_arrow(s, icons['list']), 'switch-settings.png', 3)
+            except CheckFailed:
+                screen.wait_for('the list popover closed by the press on the gear',
+                                lambda s: no_arrow(s, icons['list'])
+                                and no_arrow(s, icons['settings']), 'switch-closed.png')
+                print('mutter %d kept the press that closed the list: the gear pressed again'
+                      % mutter_major())
+                screen.click(sx + sw // 2, sy + sh // 2)
         screen.wait_for('the settings popover in place of the list',
                         lambda s: arrow_tip(s, icons['settings']) and no_arrow(s, icons['list']),
                         'switch-settings.png')
-        print('one press on the gear closes the list and opens the settings')
+        print('a press on the gear closes the list and opens the settings')
     finally:
         harness.stop()
 
@@ -293,7 +322,8 @@ def check_app_id(app_path):
     env['WAYLAND_DEBUG'] = 'client'
     app = Client([app_path], env=env, stream='stderr')
     try:
-        app.expect(r'xdg_toplevel@\d+\.set_app_id\("com\.orventa\.companion"\)', 30)
+        # libwayland 1.23 names objects as interface#id, older releases as interface@id.
+        app.expect(r'xdg_toplevel[@#]\d+\.set_app_id\("com\.orventa\.companion"\)', 30)
         print('app-id: a native Wayland window with app_id com.orventa.companion')
     finally:
         app.stop()

@@ -7,6 +7,7 @@
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QScreen>
+#include <QTimer>
 
 #include <utility>
 
@@ -17,6 +18,7 @@ const QString kScreenCast = QStringLiteral("org.gnome.Mutter.ScreenCast");
 const QString kScreenCastSession = QStringLiteral("org.gnome.Mutter.ScreenCast.Session");
 constexpr int kLeftButton = 272; // BTN_LEFT
 constexpr uint kCursorEmbedded = 1;
+constexpr int kSettleMs = 150; // several frames of mutter's, also on a loaded machine
 
 QString errorText(const QDBusMessage& error)
 {
@@ -49,6 +51,7 @@ void MutterRemoteDesktopPoster::finish()
     if (m_state != State::Starting && m_state != State::Running)
         return;
     m_pending.discard("touchback stopped");
+    m_settling = false;
     if (m_state == State::Starting) {
         // Mutter stops only a started session: it is stopped as soon as it has started.
         m_stopWhenStarted = true;
@@ -154,6 +157,8 @@ void MutterRemoteDesktopPoster::startSession()
         }
         m_state = State::Running;
         m_callErrorReported = false;
+        m_firstMotion = true;
+        m_settling = false;
         qCInfo(lcInput) << "GNOME remote desktop session started: touches are posted";
         m_pending.replay([this](const MouseEvent& event) { send(event); });
         Q_EMIT started();
@@ -164,6 +169,7 @@ void MutterRemoteDesktopPoster::fail(const QString& step, const QDBusMessage& er
 {
     m_state = State::Failed;
     m_stopWhenStarted = false;
+    m_settling = false;
     if (step == QLatin1String("Start"))
         qCWarning(lcInput).noquote() << "GNOME refused to start the remote desktop session ("
                 + errorText(error)
@@ -184,6 +190,7 @@ void MutterRemoteDesktopPoster::sessionClosed()
     qCInfo(lcInput)
         << "GNOME closed the remote desktop session; it is made anew for the next touch";
     m_state = State::Idle;
+    m_settling = false;
     m_sessionPath.clear();
     m_streamPath.clear();
 }
@@ -211,14 +218,35 @@ void MutterRemoteDesktopPoster::postMouseEvent(const MouseEvent& event)
     }
 }
 
+void MutterRemoteDesktopPoster::settled()
+{
+    if (!m_settling)
+        return; // the session ended meanwhile
+    m_settling = false;
+    m_pending.replay([this](const MouseEvent& event) { send(event); });
+}
+
 void MutterRemoteDesktopPoster::send(const MouseEvent& event)
 {
+    if (m_settling)
+        return m_pending.push(event);
     // Motions, the bulk of the traffic, go out without asking for a reply (as a plain
     // QDBusConnection::send does); buttons are rare and their answers are checked.
     auto motion = QDBusMessage::createMethodCall(kRemoteDesktop, m_sessionPath,
         kRemoteDesktopSession, QStringLiteral("NotifyPointerMotionAbsolute"));
     motion << m_streamPath << event.point.x() << event.point.y();
     m_bus.send(motion);
+    if (m_firstMotion) {
+        // GNOME 48 drops the first motion of the session's new virtual pointer (GNOME 43
+        // delivers it), so the first touch would land where the pointer was. The same motion
+        // again, once mutter has handled the first, lands on both; this touch and those after it
+        // wait for it (the button too, which must not land where the pointer was).
+        m_firstMotion = false;
+        m_settling = true;
+        m_pending.push(event);
+        QTimer::singleShot(kSettleMs, this, &MutterRemoteDesktopPoster::settled);
+        return;
+    }
     if (event.kind == MouseEventKind::LeftDown || event.kind == MouseEventKind::LeftUp)
         callSession(QStringLiteral("NotifyPointerButton"),
             {kLeftButton, event.kind == MouseEventKind::LeftDown});

@@ -52,6 +52,7 @@ private:
     void fail(const QString& step, const QDBusMessage& error);
     void stopSession();
     void send(const MouseEvent& event);
+    void settled();
     void callSession(const QString& method, const QList<QVariant>& arguments);
 
     QDBusConnection m_bus;
@@ -62,4 +63,6 @@ private:
     PointerEventQueue m_pending;
     bool m_callErrorReported = false;
     bool m_stopWhenStarted = false; // touchback stopped while the session was starting
+    bool m_firstMotion = true; // the session's first motion, which goes out twice
+    bool m_settling = false; // between the two: events wait in m_pending
 };
