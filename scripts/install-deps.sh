@@ -35,7 +35,8 @@ case "$codename" in
 bookworm)
     # Debian 12: Qt 6.4 (its SVG icon engine is part of libqt6svg6), GCC 12
     clang=14
-    release=()
+    # scripts/test.sh's debian13 stage makes a Debian 13 root with debootstrap
+    release=(debootstrap)
     ;;
 trixie)
     # Debian 13: Qt 6.8, whose SVG icon engine (the window's icons) is in qt6-svg-plugins, GCC 14
