@@ -86,14 +86,17 @@ trap 'exit 130' INT TERM HUP
 # The archive this machine's apt uses for Debian itself (not its security archive), read from
 # deb822 .sources files or sources.list at run time.
 archive() {
+    local f
     {
         for f in /etc/apt/sources.list.d/*.sources; do
-            [ -f "$f" ] && awk '/^URIs:/ { for (i = 2; i <= NF; i++) print $i }' "$f"
+            if [ -f "$f" ]; then awk '/^URIs:/ { for (i = 2; i <= NF; i++) print $i }' "$f"; fi
         done
         for f in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
-            [ -f "$f" ] && awk '$1 == "deb" { for (i = 2; i <= NF; i++) if ($i !~ /^\[/) { print $i; break } }' "$f"
+            if [ -f "$f" ]; then
+                awk '$1 == "deb" { for (i = 2; i <= NF; i++) if ($i !~ /^\[/) { print $i; break } }' "$f"
+            fi
         done
-    } | grep -E '^(https?|file):' | grep -v -- '-security' | head -n1
+    } | grep -E '^(https?|file):' | grep -v -- '-security' | head -n1 || true
 }
 
 if [ ! -x "$root/usr/bin/apt-get" ]; then
@@ -115,5 +118,11 @@ fi
 grep -q "VERSION_CODENAME=$suite" "$root/etc/os-release" ||
     { echo "debian13-root: $root is not a Debian 13 system" >&2; exit 1; }
 
-# --kill-child: when the command ends, or this script is stopped, nothing started inside lives on.
-unshare --mount --pid --fork --kill-child --propagation private bash "$0" --inside "$root" "$@"
+# --kill-child: when unshare ends, everything in the PID namespace ends with it. unshare ignores
+# SIGINT and SIGTERM while it waits, so a stopped script ends it with SIGKILL.
+unshare --mount --pid --fork --kill-child --propagation private bash "$0" --inside "$root" "$@" &
+inner=$!
+trap 'kill -KILL "$inner" 2>/dev/null; wait "$inner"; exit 130' INT TERM HUP
+rc=0
+wait "$inner" || rc=$?
+exit "$rc"
