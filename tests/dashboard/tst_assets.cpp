@@ -103,7 +103,8 @@ private Q_SLOTS:
         const int one = paintedPixels(icon.pixmap(size, 1.0).toImage());
         const int two = paintedPixels(icon.pixmap(size, 2.0).toImage());
         QVERIFY2(one > 0, hint);
-        QVERIFY2(two > 3 * one, qPrintable(QStringLiteral("%1 vs %2").arg(one).arg(two)));
+        // Thin strokes cover less than four times the pixels at twice the size.
+        QVERIFY2(two > 2 * one, qPrintable(QStringLiteral("%1 vs %2").arg(one).arg(two)));
     }
 };
 
