@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages needed to build, run and test the project (as root).
+# Installs the Debian packages needed to build, run and test the project (as root), on Debian 12
+# (bookworm) and Debian 13 (trixie): one list common to both and a short list per release.
 # Packages already installed are skipped; apt-get runs only when something is missing.
 set -euo pipefail
-packages=(
+
+common=(
     # build
     cmake ninja-build g++ pkg-config ccache
     qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-qpa-plugins libgl-dev libxkbcommon-dev
@@ -14,8 +16,6 @@ packages=(
     librsvg2-bin # renders the icon sizes from the icon drawing
     # package (scripts/package.sh) and its checks: the menu entry and AppStream validators
     build-essential debhelper dpkg-dev lintian desktop-file-utils appstream
-    # fuzz targets (libFuzzer needs clang); llvm-14 brings llvm-symbolizer for sanitizer stacks
-    clang-14 libfuzzer-14-dev llvm-14
     # build: the touch-path-wayland benchmark's reference, a plain libdbus client
     libdbus-1-dev
     # run
@@ -25,13 +25,51 @@ packages=(
     # test: X server, mDNS daemon, namespaces, accessibility, screenshots, benchmarks
     xvfb xauth x11-utils avahi-daemon avahi-utils dbus iproute2 util-linux procps
     at-spi2-core python3 python3-pyatspi imagemagick curl valgrind time
-    # test: headless GNOME (mutter) and KDE (kwin) sessions with their RemoteDesktop portals,
-    # a headless Sway session (wlroots: the virtual pointer), Qt 5's wayland platform for the
-    # KDE portal backend, stream screenshots
-    mutter wireplumber xwayland kwin-wayland sway qtwayland5 dbus-bin fuse3
+    # test: headless GNOME (mutter) and KDE (kwin, its plugins in kwin-common) sessions with their
+    # RemoteDesktop portals, a headless Sway session (wlroots: the virtual pointer), Qt 5's wayland
+    # platform for the KDE 5 portal backend, stream screenshots
+    mutter wireplumber xwayland kwin-wayland kwin-common sway qtwayland5 dbus-bin fuse3
     xdg-desktop-portal xdg-desktop-portal-gnome xdg-desktop-portal-kde python3-gi
     gstreamer1.0-pipewire gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
 )
+
+codename=$(. /etc/os-release 2>/dev/null && echo "${VERSION_CODENAME:-}")
+case "$codename" in
+bookworm)
+    # Debian 12: Qt 6.4 (its SVG icon engine is part of libqt6svg6), GCC 12
+    clang=14
+    # scripts/test.sh's debian13 stage makes a Debian 13 root with debootstrap
+    release=(debootstrap)
+    ;;
+trixie)
+    # Debian 13: Qt 6.8, whose SVG icon engine (the window's icons) is in qt6-svg-plugins, GCC 14
+    clang=19
+    release=(qt6-svg-plugins)
+    ;;
+*)
+    pretty=$(. /etc/os-release 2>/dev/null && echo "${PRETTY_NAME:-}")
+    cat >&2 <<MSG
+install-deps: this system (${pretty:-unknown}${codename:+, $codename}) is not one this script knows.
+It installs packages for Debian 12 (bookworm) and Debian 13 (trixie). Elsewhere, install:
+  - CMake 3.25 or newer, Ninja, a C++20 compiler (GCC 12 or newer), pkg-config;
+  - Qt 6.4 or newer: Core, Gui, Widgets, Network, Svg, Test, DBus and their development files,
+    the xcb platform plugin and the SVG icon engine (without it the window's icons are blank);
+  - development files of libX11, libXtst, libXi, libxkbcommon, libGL, avahi-client, OpenSSL,
+    libwayland, wayland-protocols and libdbus, and rsvg-convert;
+  - for the tests: Xvfb, avahi-daemon, dbus, iproute2, AT-SPI with pyatspi, ImageMagick, mutter,
+    kwin, xdg-desktop-portal (gnome and kde backends), PipeWire and GStreamer's pipewire plugin;
+  - for the fuzz and asan-clang presets: clang 14 to 19 with its libFuzzer and compiler-rt.
+The full list for Debian is in this script (the arrays common and release).
+MSG
+    exit 1
+    ;;
+esac
+
+# The release's clang with the libFuzzer and sanitizer runtimes the fuzz and asan-clang presets
+# use (cmake/clang-toolchain.cmake finds it); llvm-N brings llvm-symbolizer for sanitizer stacks.
+release+=("clang-$clang" "libfuzzer-$clang-dev" "llvm-$clang" "libclang-rt-$clang-dev")
+
+packages=("${common[@]}" "${release[@]}")
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

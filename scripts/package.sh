@@ -25,10 +25,14 @@ build_dir=$(cd "$build_dir" && pwd)
 src=$build_dir/src/orventa-companion-$version
 rm -rf "$build_dir/src" "$build_dir"/orventa-companion_*
 mkdir -p "$src"
-# The files git knows of (committed or not, ignored ones left out), so build trees stay behind.
-(cd "$root" && git ls-files -z --cached --others --exclude-standard) |
-    (cd "$root" && tar --null --files-from=- --ignore-failed-read -cf - 2>/dev/null) |
-    tar -xf - -C "$src"
+# The files git knows of (committed or not, ignored ones left out), so build trees stay behind;
+# a copy without git (the Debian 13 stage's) is taken whole but for its build folder.
+if git -C "$root" rev-parse --git-dir >/dev/null 2>&1; then
+    (cd "$root" && git ls-files -z --cached --others --exclude-standard) |
+        (cd "$root" && tar --null --files-from=- --ignore-failed-read -cf - 2>/dev/null)
+else
+    tar -C "$root" --exclude=./build -cf - .
+fi | tar -xf - -C "$src"
 
 export DEB_BUILD_OPTIONS="noautodbgsym parallel=$(nproc) ${DEB_BUILD_OPTIONS:-}"
 (cd "$src" && dpkg-buildpackage --build=binary --unsigned-source --unsigned-changes \

@@ -1,51 +1,122 @@
 #!/usr/bin/env bash
-# Installs what is needed, then:
-#   1. builds with warnings as errors (build/ci) and runs the whole test suite through CTest;
-#   2. builds the asan preset (AddressSanitizer + UBSan, build/asan) and runs the whole suite
-#      but the packaging tests again under it, leak detection on (tests/sanitizers/lsan.supp lists the system
-#      libraries' own leaks, nothing of ours);
-#   3. builds the libFuzzer targets (fuzz preset, clang, build/fuzz) and fuzzes each for
-#      ORVENTA_FUZZ_SECONDS (default 60) from its seed corpus in tests/fuzz/corpus.
+# Installs what is needed, then runs the stages named in ORVENTA_TEST_STAGES (default "ci debian13"
+# on Debian 12, "ci asan-clang" on Debian 13):
+#   ci         builds with warnings as errors (build/ci) and runs the whole test suite through
+#              CTest, the packaging tests (package build, lintian, system install) included;
+#   debian13   runs the asan-clang stage in a Debian 13 root made by scripts/debian13-root.sh
+#              (debootstrap; kept in ORVENTA_DEBIAN13_ROOT when set, else made and removed);
+#   asan-clang builds the asan-clang preset (clang, AddressSanitizer + UBSan, warnings as errors,
+#              build/asan-clang) and runs in it the whole suite with leak detection on
+#              (tests/sanitizers/lsan.supp lists the system libraries' own leaks), the libFuzzer
+#              targets for ORVENTA_FUZZ_SECONDS each (default 60) from their seed corpora in
+#              tests/fuzz/corpus, and the packaging tests;
+#   asan, fuzz the same with GCC (asan preset) and the fuzzers alone (fuzz preset), on request.
 # The tests start their own X servers and mDNS daemons and stop them. Arguments are passed to
-# each ctest run (e.g. -R NAME). ORVENTA_TEST_STAGES picks stages (default "ci asan fuzz").
+# each ctest run (e.g. -R NAME). A failing stage does not stop the next; the failed tests of
+# every stage are listed at the end and the exit status is 1.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-stages=${ORVENTA_TEST_STAGES:-ci asan fuzz}
 ORVENTA_NO_SERVICE_START=1 "$root/scripts/install-deps.sh"
-
-stage() {
-    echo "== test.sh: $1 ($(date -u +%H:%M:%S), ${SECONDS}s so far)"
-}
-
-if [[ " $stages " == *" ci "* ]]; then
-    stage "ci build and suite"
-    cmake --preset ci -S "$root"
-    cmake --build "$root/build/ci"
-    (cd "$root/build/ci" && ctest --output-on-failure --timeout 600 -j2 "$@")
+codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
+if [ "$codename" = bookworm ]; then
+    stages=${ORVENTA_TEST_STAGES:-ci debian13}
+else
+    stages=${ORVENTA_TEST_STAGES:-ci asan-clang}
 fi
-
-if [[ " $stages " == *" asan "* ]]; then
-    stage "asan build and suite"
-    cmake --preset asan -S "$root"
-    cmake --build "$root/build/asan"
+failed=()
+stage() {
+    echo "== test.sh ($codename): $1 ($(date -u +%H:%M:%S), ${SECONDS}s so far)"
+}
+wanted() {
+    [[ " $stages " == *" $1 "* ]]
+}
+# ctest in build tree DIR; on failure remembers the failed tests under LABEL.
+run_ctest() {
+    local label=$1 dir=$2
+    shift 2
+    if ! (cd "$dir" && ctest --output-on-failure "$@"); then
+        local names
+        names=$(sed 's/^[0-9]*://' "$dir/Testing/Temporary/LastTestsFailed.log" 2>/dev/null | tr '\n' ' ')
+        failed+=("$codename $label: ${names:-ctest failed}")
+    fi
+}
+build() {
+    local preset=$1
+    shift
+    local started=$SECONDS
+    if cmake --preset "$preset" -S "$root" >/dev/null && cmake --build "$root/build/$preset" "$@"; then
+        echo "== test.sh ($codename): build/$preset built in $((SECONDS - started)) s"
+    else
+        failed+=("$codename $preset: build failed")
+        return 1
+    fi
+}
+sanitizer_env() {
     # Inherited by every test and every process a test starts (the application, helpers,
     # receiver-sim). abort_on_error makes a report end the process the way a crash does.
-    supp="$root/tests/sanitizers/lsan.supp"
-    (
-        export ASAN_OPTIONS="detect_leaks=1:halt_on_error=1:abort_on_error=1:print_stacktrace=1"
-        export LSAN_OPTIONS="suppressions=$supp:print_suppressions=0"
-        export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1"
-        cd "$root/build/asan"
-        # The packaging tests build and install the release package, not this tree: the ci
-        # stage has run them.
-        ctest --output-on-failure --timeout 1200 -j2 -LE packaging "$@"
-    )
+    export ASAN_OPTIONS="detect_leaks=1:halt_on_error=1:abort_on_error=1:print_stacktrace=1"
+    export LSAN_OPTIONS="suppressions=$root/tests/sanitizers/lsan.supp:print_suppressions=0"
+    export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1"
+    local symbolizer
+    symbolizer=$(ls /usr/lib/llvm-*/bin/llvm-symbolizer 2>/dev/null | sort -V | tail -n1)
+    [ -z "$symbolizer" ] || export ASAN_SYMBOLIZER_PATH=$symbolizer
+}
+
+if wanted ci; then
+    stage "ci build and suite"
+    if build ci; then
+        started=$SECONDS
+        run_ctest ci "$root/build/ci" --timeout 600 -j2 "$@"
+        echo "== test.sh ($codename): ci suite ran in $((SECONDS - started)) s"
+    fi
 fi
 
-if [[ " $stages " == *" fuzz "* ]]; then
-    stage "fuzz build and runs (${ORVENTA_FUZZ_SECONDS:-60} s per target)"
-    cmake --preset fuzz -S "$root"
-    cmake --build "$root/build/fuzz" --target orventa_fuzzers
-    (cd "$root/build/fuzz" && ctest --output-on-failure -j2 -L fuzz "$@")
+if wanted asan-clang; then
+    stage "asan-clang build, suite, fuzzers and packaging"
+    if build asan-clang; then
+        started=$SECONDS
+        # The packaging tests build and install the release package, not this tree: they run
+        # on their own below.
+        sanitizer_env
+        run_ctest asan-clang "$root/build/asan-clang" --timeout 1200 -j2 -LE 'packaging|fuzz' "$@"
+        unset ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS
+        echo "== test.sh ($codename): asan-clang suite ran in $((SECONDS - started)) s"
+        started=$SECONDS
+        run_ctest "asan-clang fuzz" "$root/build/asan-clang" -j2 -L fuzz "$@"
+        echo "== test.sh ($codename): fuzz targets ran in $((SECONDS - started)) s"
+        started=$SECONDS
+        run_ctest "asan-clang packaging" "$root/build/asan-clang" --timeout 2400 -L packaging "$@"
+        echo "== test.sh ($codename): packaging tests ran in $((SECONDS - started)) s"
+    fi
 fi
+
+if wanted asan; then
+    stage "asan build and suite"
+    if build asan; then
+        sanitizer_env
+        run_ctest asan "$root/build/asan" --timeout 1200 -j2 -LE 'packaging|fuzz' "$@"
+        unset ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS
+    fi
+fi
+
+if wanted fuzz; then
+    stage "fuzz build and runs (${ORVENTA_FUZZ_SECONDS:-60} s per target)"
+    if build fuzz --target orventa_fuzzers; then
+        run_ctest fuzz "$root/build/fuzz" -j2 -L fuzz "$@"
+    fi
+fi
+
+if wanted debian13; then
+    stage "Debian 13 root: asan-clang stage"
+    if ! ORVENTA_TEST_STAGES=asan-clang bash "$root/scripts/debian13-root.sh" bash scripts/test.sh "$@"; then
+        failed+=("debian13: the Debian 13 stage failed (its own summary is above; logs in build/debian13)")
+    fi
+fi
+
 stage "done"
+if [ ${#failed[@]} -gt 0 ]; then
+    echo "== test.sh ($codename): FAILED"
+    printf '   %s\n' "${failed[@]}"
+    exit 1
+fi
+echo "== test.sh ($codename): all stages passed"

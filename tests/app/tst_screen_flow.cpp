@@ -52,6 +52,17 @@ void screenshot(QWidget* window, const QString& name)
     QVERIFY(!shot.isNull());
     QVERIFY(shot.save(artifact(name)));
 }
+
+// What an icon paints at 32x32: nothing when Qt's SVG icon engine is missing.
+int paintedPixels(const QIcon& icon)
+{
+    const QImage image = icon.pixmap(QSize(32, 32)).toImage();
+    int painted = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            painted += qAlpha(image.pixel(x, y)) > 0;
+    return painted;
+}
 } // namespace
 
 class TestScreenFlow : public QObject
@@ -134,6 +145,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
         // The icon comes once the window is up, not before it appears.
         QTRY_VERIFY(!m_window->windowIcon().isNull());
+        QVERIFY(paintedPixels(m_window->windowIcon()) > 0);
         screenshot(m_window.get(), QStringLiteral("splash.png"));
 
         qint64 replacedAt = -1;
@@ -183,6 +195,8 @@ private Q_SLOTS:
     {
         DashboardViewController* d = showDashboard();
         QVERIFY(d);
+        QVERIFY(paintedPixels(d->devicesListIcon()->icon()) > 0);
+        QVERIFY(paintedPixels(d->settingsIcon()->icon()) > 0);
         screenshot(m_window.get(), QStringLiteral("dashboard-unpaired.png"));
         QTest::mouseClick(d->devicesListIcon(), Qt::LeftButton);
         DevicesListViewController* list = d->devicesListController();

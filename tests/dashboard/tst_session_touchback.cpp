@@ -17,6 +17,7 @@
 
 using namespace session_test;
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 namespace {
 const AlertRecorder::Alert kEnabled {QStringLiteral("Touchback is enabled now."),
@@ -290,7 +291,7 @@ private Q_SLOTS:
         // flags keep their first values.
         QCOMPARE(d().hdmiTouchback()->obtainedDeviceIP(), std::optional<QString>());
         QCOMPARE(
-            d().hdmiTouchback()->enableHDMITouchbackValue(), std::optional<QString>(u"true"_qs));
+            d().hdmiTouchback()->enableHDMITouchbackValue(), std::optional<QString>(u"true"_s));
     }
 
     void closeTouchBackEndsTheCast()

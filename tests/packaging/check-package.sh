@@ -37,14 +37,25 @@ done
 [ "$(field Recommends)" = "avahi-daemon, pipewire" ] || fail "Recommends is '$(field Recommends)'"
 # Made by dpkg-shlibdeps from what the two programs link (Qt, X11/XTest/XInput2, libwayland-client,
 # Avahi, libcrypto),
-# plus the X11 platform plugin Qt loads at run time, which no program links.
+# plus the X11 platform plugin Qt loads at run time, which no program links. Debian 13 names some
+# of these libraries with a t64 suffix (64-bit time_t).
 depends=$(field Depends)
 for library in libc6 libstdc++6 libqt6core6 libqt6gui6 libqt6widgets6 libqt6network6 libqt6svg6 \
     libx11-6 libxtst6 libwayland-client0 libavahi-client3 libavahi-common3 libssl3 qt6-qpa-plugins; do
-    [[ ", $depends," == *", $library "* || ", $depends," == *", $library,"* ]] ||
-        fail "Depends does not name $library"
+    [[ ", $depends," =~ ", $library"(t64)?[\ ,] ]] || fail "Depends does not name $library"
 done
-[[ $depends == *"libqt6core6 (>= 6."* ]] || fail "Depends carries no shlibs version for libqt6core6"
+[[ $depends =~ libqt6core6(t64)?\ \(\>=\ 6\. ]] || fail "Depends carries no shlibs version for libqt6core6"
+# Qt's SVG icon engine draws the window's icons; Qt loads it at run time, so shlibdeps cannot see
+# it: the package that ships it on this release (libqt6svg6, or qt6-svg-plugins on Debian 13)
+# must be named.
+engine=$(dpkg -S '*/qt6/plugins/iconengines/libqsvgicon.so' 2>/dev/null | cut -d: -f1 | head -n1)
+if [ -z "$engine" ]; then
+    fail "Qt's SVG icon engine (libqsvgicon.so) is not installed here (scripts/install-deps.sh installs it)"
+elif [[ ", $depends," =~ ", $engine"[\ ,] ]]; then
+    echo "ok: Depends names $engine, which ships Qt's SVG icon engine"
+else
+    fail "Depends does not name $engine, which ships Qt's SVG icon engine"
+fi
 
 echo "== lintian"
 # Warnings and notes kept on purpose are the ones docs/packaging.md explains, each in backticks.
