@@ -35,13 +35,13 @@ done
 [ "$(field Version)" = "$(dpkg-parsechangelog -l "$source_dir/debian/changelog" -S Version)" ] ||
     fail "Version is not the changelog's"
 [ "$(field Recommends)" = "avahi-daemon, pipewire" ] || fail "Recommends is '$(field Recommends)'"
-# Made by dpkg-shlibdeps from what the two programs link (Qt, X11/XTest/XInput2, libwayland-client,
+# Made by dpkg-shlibdeps from what the two programs link (Qt, X11/XTest/XInput2, libwayland-client, libcurl,
 # Avahi, libcrypto),
 # plus the X11 platform plugin Qt loads at run time, which no program links. Debian 13 names some
 # of these libraries with a t64 suffix (64-bit time_t).
 depends=$(field Depends)
 for library in libc6 libstdc++6 libqt6core6 libqt6gui6 libqt6widgets6 libqt6network6 libqt6svg6 \
-    libx11-6 libxtst6 libwayland-client0 libavahi-client3 libavahi-common3 libssl3 qt6-qpa-plugins; do
+    libx11-6 libxtst6 libwayland-client0 libcurl4 libavahi-client3 libavahi-common3 libssl3 qt6-qpa-plugins; do
     [[ ", $depends," =~ ", $library"(t64)?[\ ,] ]] || fail "Depends does not name $library"
 done
 [[ $depends =~ libqt6core6(t64)?\ \(\>=\ 6\. ]] || fail "Depends carries no shlibs version for libqt6core6"
