@@ -77,9 +77,9 @@ curl -sS --fail -o /dev/null -F "my-file=@$work/warm.bin;type=video/mp4" "$url"
 rm -f "$work/uploads/warm.bin"
 expected=1
 
-for spec in 3k:3000 200k:200000 5m:5000000; do
-    size=${spec%%:*}
-    head -c "${spec#*:}" /dev/urandom >"$work/$size.mp4"
+for entry in 3k:3000 200k:200000 5m:5000000; do
+    size=${entry%%:*}
+    head -c "${entry#*:}" /dev/urandom >"$work/$size.mp4"
     run_size "$size" "$work/$size.mp4" "$small_rounds" 0
     note_worst "$median_ratio"
     expected=$((expected + 2 * small_rounds))
