@@ -92,7 +92,8 @@ void ReceiverSimulator::handle(HttpConnection* connection, const HttpRequest& re
     else if (answer.silent)
         return;
     else if (answer.delayMs > 0)
-        QTimer::singleShot(answer.delayMs, connection,
+        // Precise: a coarse timer may fire up to 5 % early, and a delayed answer is measured.
+        QTimer::singleShot(answer.delayMs, Qt::PreciseTimer, connection,
             [connection, answer] { connection->respond(answer.status, answer.body); });
     else
         connection->respond(answer.status, answer.body);
