@@ -1,16 +1,17 @@
 #!/usr/bin/env bash
-# Installs what is needed, then runs the stages named in ORVENTA_TEST_STAGES (default "ci debian13"
-# on Debian 12, "ci asan-clang" on Debian 13):
+# Installs what is needed, then runs the stages named in ORVENTA_TEST_STAGES (default
+# "ci fuzz debian13" on Debian 12, "ci fuzz" on Debian 13):
 #   ci         builds with warnings as errors (build/ci) and runs the whole test suite through
 #              CTest, the packaging tests (package build, lintian, system install) included;
-#   debian13   runs the asan-clang stage in a Debian 13 root made by scripts/debian13-root.sh
-#              (debootstrap; kept in ORVENTA_DEBIAN13_ROOT when set, else made and removed);
-#   asan-clang builds the asan-clang preset (clang, AddressSanitizer + UBSan, warnings as errors,
-#              build/asan-clang) and runs in it the whole suite with leak detection on
-#              (tests/sanitizers/lsan.supp lists the system libraries' own leaks), the libFuzzer
-#              targets for ORVENTA_FUZZ_SECONDS each (default 60) from their seed corpora in
-#              tests/fuzz/corpus, and the packaging tests;
-#   asan, fuzz the same with GCC (asan preset) and the fuzzers alone (fuzz preset), on request.
+#   fuzz       builds the libFuzzer targets (fuzz preset, the newest clang installed) and fuzzes
+#              each for ORVENTA_FUZZ_SECONDS (default 60) from its seed corpus in tests/fuzz/corpus;
+#   debian13   runs the stages in ORVENTA_DEBIAN13_STAGES (default "ci") in a Debian 13 root made
+#              by scripts/debian13-root.sh (debootstrap; kept in ORVENTA_DEBIAN13_ROOT when set,
+#              else made and removed);
+#   asan       the GCC AddressSanitizer + UBSan build (asan preset) and the suite under it, leak
+#              detection on (tests/sanitizers/lsan.supp lists the system libraries' own leaks);
+#   asan-clang the same with clang, the fuzz targets and the packaging tests in one tree
+#              (asan-clang preset). asan and asan-clang run on request only.
 # The tests start their own X servers and mDNS daemons and stop them. Arguments are passed to
 # each ctest run (e.g. -R NAME). A failing stage does not stop the next; the failed tests of
 # every stage are listed at the end and the exit status is 1.
@@ -19,9 +20,9 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 ORVENTA_NO_SERVICE_START=1 "$root/scripts/install-deps.sh"
 codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
 if [ "$codename" = bookworm ]; then
-    stages=${ORVENTA_TEST_STAGES:-ci debian13}
+    stages=${ORVENTA_TEST_STAGES:-ci fuzz debian13}
 else
-    stages=${ORVENTA_TEST_STAGES:-ci asan-clang}
+    stages=${ORVENTA_TEST_STAGES:-ci fuzz}
 fi
 failed=()
 stage() {
@@ -107,8 +108,9 @@ if wanted fuzz; then
 fi
 
 if wanted debian13; then
-    stage "Debian 13 root: asan-clang stage"
-    if ! ORVENTA_TEST_STAGES=asan-clang bash "$root/scripts/debian13-root.sh" bash scripts/test.sh "$@"; then
+    stage "Debian 13 root: ${ORVENTA_DEBIAN13_STAGES:-ci} stage"
+    if ! ORVENTA_TEST_STAGES=${ORVENTA_DEBIAN13_STAGES:-ci} \
+        bash "$root/scripts/debian13-root.sh" bash scripts/test.sh "$@"; then
         failed+=("debian13: the Debian 13 stage failed (its own summary is above; logs in build/debian13)")
     fi
 fi
