@@ -55,9 +55,9 @@ It installs packages for Debian 12 (bookworm) and Debian 13 (trixie). Elsewhere,
   - Qt 6.4 or newer: Core, Gui, Widgets, Network, Svg, Test, DBus and their development files,
     the xcb platform plugin and the SVG icon engine (without it the window's icons are blank);
   - development files of libX11, libXtst, libXi, libxkbcommon, libGL, avahi-client, OpenSSL,
-    libwayland, wayland-protocols and libdbus, and rsvg-convert;
+    libwayland, wayland-protocols, libdbus and libcurl (OpenSSL flavour), and rsvg-convert;
   - for the tests: Xvfb, avahi-daemon, dbus, iproute2, AT-SPI with pyatspi, ImageMagick, mutter,
-    kwin, xdg-desktop-portal (gnome and kde backends), PipeWire and GStreamer's pipewire plugin;
+    kwin, sway, xdg-desktop-portal (gnome and kde backends), PipeWire and GStreamer's pipewire plugin;
   - for the fuzz and asan-clang presets: clang 14 to 19 with its libFuzzer and compiler-rt.
 The full list for Debian is in this script (the arrays common and release).
 MSG
