@@ -1,5 +1,6 @@
 // Heartbeat and touchback requests against receiver-sim and a raw capture on real sockets,
 // inside a private network namespace whose default-route interface d0 has 10.99.0.2.
+#include "HandlerCalls.h"
 #include "NetnsShell.h"
 #include "RawCaptureServer.h"
 #include "RepliesInFlight.h"
@@ -16,21 +17,6 @@
 #include <QTest>
 
 namespace {
-
-struct HandlerCalls
-{
-    int count = 0;
-    bool success = false;
-    QString message;
-    PingServer::Handler handler()
-    {
-        return [this](bool s, const QString& m) {
-            ++count;
-            success = s;
-            message = m;
-        };
-    }
-};
 
 const QByteArray kJson = "application/json; charset=utf-8";
 

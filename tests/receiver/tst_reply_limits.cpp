@@ -2,6 +2,7 @@
 // real sockets inside a private network namespace (d0 has 10.99.0.2): the body is read up to
 // its cap and the rest dropped with the connection closed and one line logged; a header block
 // past its cap is a transport failure; within the caps every outcome is the usual one.
+#include "HandlerCalls.h"
 #include "LogCapture.h"
 #include "NetnsShell.h"
 #include "RawCaptureServer.h"
@@ -21,21 +22,6 @@
 #include <QTest>
 
 namespace {
-
-struct HandlerCalls
-{
-    int count = 0;
-    bool success = false;
-    QString message;
-    PingServer::Handler handler()
-    {
-        return [this](bool s, const QString& m) {
-            ++count;
-            success = s;
-            message = m;
-        };
-    }
-};
 
 constexpr qint64 kCap = ReplyLimits::maxBodyBytes;
 

@@ -1,6 +1,7 @@
 // Each request to a receiver ends on its own: replies no receiver gives (a header block that never
 // ends, an endless body) stall or end only their own request, while another request to the same
 // receiver completes as usual. Against receiver-sim inside a private network namespace.
+#include "HandlerCalls.h"
 #include "LogCapture.h"
 #include "NetnsShell.h"
 #include "RepliesInFlight.h"
@@ -16,23 +17,6 @@
 
 #include <QTest>
 #include <algorithm>
-
-namespace {
-struct HandlerCalls
-{
-    int count = 0;
-    bool success = false;
-    QString message;
-    PingServer::Handler handler()
-    {
-        return [this](bool s, const QString& m) {
-            ++count;
-            success = s;
-            message = m;
-        };
-    }
-};
-} // namespace
 
 class RequestIsolationTest : public QObject
 {
