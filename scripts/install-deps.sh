@@ -88,6 +88,10 @@ if [ ${#missing[@]} -gt 0 ]; then
         chmod +x "$policy"
         trap 'rm -f "$policy"' EXIT
     fi
-    apt-get update -q
-    apt-get install -y -q --no-install-recommends "${missing[@]}"
+    # A machine whose last dpkg run was cut off refuses every install until it is finished;
+    # finish it, and wait for another apt (an unattended upgrade) rather than fail at once.
+    dpkg --configure -a
+    lock=(-o DPkg::Lock::Timeout=600)
+    apt-get "${lock[@]}" update -q
+    apt-get "${lock[@]}" install -y -q -f --no-install-recommends "${missing[@]}"
 fi

@@ -7,7 +7,7 @@
 #              each for ORVENTA_FUZZ_SECONDS (default 60) from its seed corpus in tests/fuzz/corpus;
 #   debian13   runs the stages in ORVENTA_DEBIAN13_STAGES (default "ci") in a Debian 13 root made
 #              by scripts/debian13-root.sh (debootstrap; kept in ORVENTA_DEBIAN13_ROOT when set,
-#              else made and removed);
+#              else made and removed); the root is prepared in the background from the start;
 #   asan       the GCC AddressSanitizer + UBSan build (asan preset) and the suite under it, leak
 #              detection on (tests/sanitizers/lsan.supp lists the system libraries' own leaks);
 #   asan-clang the same with clang, the fuzz targets and the packaging tests in one tree
@@ -25,6 +25,23 @@ else
     stages=${ORVENTA_TEST_STAGES:-ci fuzz}
 fi
 failed=()
+# The Debian 13 root (debootstrap and about 1,000 packages: mostly waiting on the network and
+# on dpkg) is made in the background while the Debian 12 stages build and test, and used by the
+# debian13 stage; a root made here is removed at the end.
+d13_root=${ORVENTA_DEBIAN13_ROOT:-}
+d13_pid=
+if [[ " $stages " == *" debian13 "* ]]; then
+    if [ -z "$d13_root" ]; then
+        d13_root=$(mktemp -d /var/tmp/orventa-debian13.XXXXXX)
+        trap '[ -z "$d13_pid" ] || kill "$d13_pid" 2>/dev/null; wait; rm -rf --one-file-system "$d13_root"' EXIT
+    fi
+    mkdir -p "$root/build"
+    d13_log=$root/build/debian13-root-prepare.log
+    echo "== test.sh ($codename): preparing the Debian 13 root in $d13_root (log: $d13_log)"
+    bash "$root/scripts/debian13-root.sh" --root "$d13_root" \
+        env ORVENTA_NO_SERVICE_START=1 bash scripts/install-deps.sh >"$d13_log" 2>&1 &
+    d13_pid=$!
+fi
 stage() {
     echo "== test.sh ($codename): $1 ($(date -u +%H:%M:%S), ${SECONDS}s so far)"
 }
@@ -63,6 +80,15 @@ sanitizer_env() {
     [ -z "$symbolizer" ] || export ASAN_SYMBOLIZER_PATH=$symbolizer
 }
 
+# fuzz first: its build and timed runs leave the Debian 13 root's preparation time to finish
+# before the timing-sensitive suite runs.
+if wanted fuzz; then
+    stage "fuzz build and runs (${ORVENTA_FUZZ_SECONDS:-60} s per target)"
+    if build fuzz --target orventa_fuzzers; then
+        run_ctest fuzz "$root/build/fuzz" -j2 -L fuzz "$@"
+    fi
+fi
+
 if wanted ci; then
     stage "ci build and suite"
     if build ci; then
@@ -100,18 +126,18 @@ if wanted asan; then
     fi
 fi
 
-if wanted fuzz; then
-    stage "fuzz build and runs (${ORVENTA_FUZZ_SECONDS:-60} s per target)"
-    if build fuzz --target orventa_fuzzers; then
-        run_ctest fuzz "$root/build/fuzz" -j2 -L fuzz "$@"
-    fi
-fi
-
 if wanted debian13; then
-    stage "Debian 13 root: ${ORVENTA_DEBIAN13_STAGES:-ci} stage"
-    if ! ORVENTA_TEST_STAGES=${ORVENTA_DEBIAN13_STAGES:-ci} \
-        bash "$root/scripts/debian13-root.sh" bash scripts/test.sh "$@"; then
-        failed+=("debian13: the Debian 13 stage failed (its own summary is above; logs in build/debian13)")
+    stage "Debian 13 root: waiting for its preparation"
+    if ! wait "$d13_pid"; then
+        tail -n 40 "$d13_log"
+        failed+=("debian13: the Debian 13 root could not be made (log: $d13_log)")
+    else
+        grep '^== debian13-root' "$d13_log" || true
+        stage "Debian 13 root: ${ORVENTA_DEBIAN13_STAGES:-ci} stage"
+        if ! ORVENTA_TEST_STAGES=${ORVENTA_DEBIAN13_STAGES:-ci} \
+            bash "$root/scripts/debian13-root.sh" --root "$d13_root" bash scripts/test.sh "$@"; then
+            failed+=("debian13: the Debian 13 stage failed (its own summary is above; logs in build/debian13)")
+        fi
     fi
 fi
 
