@@ -1,5 +1,6 @@
 // The application binary as a user starts it: closing its one window quits it, during the
 // splash screen and later; without a display it says how to run it.
+#include "AddressSanitizer.h"
 #include "HelperProcess.h"
 
 #include <QElapsedTimer>
@@ -16,7 +17,7 @@ class TestAppProcess : public QObject
 private Q_SLOTS:
     void closingTheWindowDuringTheSplashQuits()
     {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(ORVENTA_ADDRESS_SANITIZER)
         // The splash lasts 2 s from start; an instrumented start alone can take that long, so
         // there is no splash left to close. The uninstrumented suite checks this.
         QSKIP("the start under AddressSanitizer outlasts the splash");

@@ -3,6 +3,7 @@
 // in a private network namespace): the window keeps answering (no main-thread stall over 100 ms,
 // measured by a 10 ms timer), memory stays bounded, and the session ends only where an answer says
 // so.
+#include "AddressSanitizer.h"
 #include "HostProcess.h"
 #include "NetnsShell.h"
 #include "SimProcess.h"
@@ -13,7 +14,7 @@ namespace {
 constexpr int kRunMs = 5000;
 constexpr qint64 kMaxLagMs = 100;
 constexpr qint64 kMaxGrowthKiB = 16 * 1024;
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(ORVENTA_ADDRESS_SANITIZER)
 // AddressSanitizer holds freed memory back in quarantine, so resident memory says nothing about
 // what the session keeps: memory is checked by the uninstrumented suite only.
 constexpr bool kMeasuresMemory = false;

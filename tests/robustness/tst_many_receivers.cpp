@@ -1,6 +1,7 @@
 // 500 receivers announced at once through a real avahi-daemon in a private namespace
 // (tests/support/with-mdns-netns), then withdrawn at once: the list shows every row within a
 // deadline and none after, and the process's resident memory comes back to its level before.
+#include "AddressSanitizer.h"
 #include "app/Backends.h"
 #include "discovery/DeviceTableView.h"
 #include "discovery/DevicesListViewController.h"
@@ -19,7 +20,7 @@ namespace {
 constexpr int kReceivers = 500;
 // Allowed growth over a whole announce-and-withdraw round once the first one has warmed up.
 constexpr qint64 kRssMarginKiB = 1024;
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(ORVENTA_ADDRESS_SANITIZER)
 // AddressSanitizer holds freed memory back in quarantine and slows the rows' handling: the rows
 // are checked there with a longer deadline, the memory by the uninstrumented suite only.
 constexpr bool kMeasuresMemory = false;

@@ -4,6 +4,7 @@
 // many-field records. The process stays alive, its resident memory grows by at most 2 MiB, and
 // a valid touch afterwards still moves the pointer; the same while an alert is open. Also: the
 // port already bound by another process.
+#include "AddressSanitizer.h"
 #include "HostProcess.h"
 #include "NetnsShell.h"
 #include "SimProcess.h"
@@ -23,7 +24,7 @@ namespace {
 
 constexpr int kRate = 20000;
 constexpr qint64 kMaxGrowthKiB = 2048;
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(ORVENTA_ADDRESS_SANITIZER)
 // AddressSanitizer holds freed memory back in quarantine, so resident memory says nothing about
 // what the session keeps: memory is checked by the uninstrumented suite only.
 constexpr bool kMeasuresMemory = false;
