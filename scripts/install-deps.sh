@@ -2,7 +2,14 @@
 # Installs the Debian packages needed to build, run and test the project (as root), on Debian 12
 # (bookworm) and Debian 13 (trixie): one list common to both and a short list per release.
 # Packages already installed are skipped; apt-get runs only when something is missing.
+# With --only PACKAGE..., installs just those (scripts/test.sh fetches debootstrap first, so that
+# the Debian 13 root is made while the rest installs).
 set -euo pipefail
+only=()
+if [ "${1:-}" = --only ]; then
+    shift
+    only=("$@")
+fi
 
 common=(
     # build
@@ -70,6 +77,7 @@ esac
 release+=("clang-$clang" "libfuzzer-$clang-dev" "llvm-$clang" "libclang-rt-$clang-dev")
 
 packages=("${common[@]}" "${release[@]}")
+[ ${#only[@]} -eq 0 ] || packages=("${only[@]}")
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -17,7 +17,6 @@
 # every stage are listed at the end and the exit status is 1.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-ORVENTA_NO_SERVICE_START=1 "$root/scripts/install-deps.sh"
 codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
 if [ "$codename" = bookworm ]; then
     stages=${ORVENTA_TEST_STAGES:-ci fuzz debian13}
@@ -26,8 +25,8 @@ else
 fi
 failed=()
 # The Debian 13 root (debootstrap and about 1,000 packages: mostly waiting on the network and
-# on dpkg) is made in the background while the Debian 12 stages build and test, and used by the
-# debian13 stage; a root made here is removed at the end.
+# on dpkg) is made in the background while this machine's packages install and the Debian 12
+# stages build and test, and used by the debian13 stage; a root made here is removed at the end.
 d13_root=${ORVENTA_DEBIAN13_ROOT:-}
 d13_pid=
 if [[ " $stages " == *" debian13 "* ]]; then
@@ -35,6 +34,7 @@ if [[ " $stages " == *" debian13 "* ]]; then
         d13_root=$(mktemp -d /var/tmp/orventa-debian13.XXXXXX)
         trap '[ -z "$d13_pid" ] || kill "$d13_pid" 2>/dev/null; wait; rm -rf --one-file-system "$d13_root"' EXIT
     fi
+    ORVENTA_NO_SERVICE_START=1 "$root/scripts/install-deps.sh" --only debootstrap
     mkdir -p "$root/build"
     d13_log=$root/build/debian13-root-prepare.log
     echo "== test.sh ($codename): preparing the Debian 13 root in $d13_root (log: $d13_log)"
@@ -45,6 +45,8 @@ fi
 stage() {
     echo "== test.sh ($codename): $1 ($(date -u +%H:%M:%S), ${SECONDS}s so far)"
 }
+ORVENTA_NO_SERVICE_START=1 "$root/scripts/install-deps.sh"
+stage "packages installed"
 wanted() {
     [[ " $stages " == *" $1 "* ]]
 }
