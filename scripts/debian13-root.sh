@@ -73,6 +73,9 @@ if [ -z "$root" ]; then
     temporary=1
 fi
 mkdir -p "$root"
+# The root folder is the system's /: open to every user (mktemp made it 0700), or the tests'
+# unprivileged compositors cannot even load libc.
+chmod 755 "$root"
 root=$(cd "$root" && pwd)
 cleanup() {
     # The namespaces are gone by now, and with them every mount inside the root.
