@@ -29,10 +29,20 @@ failed=()
 # stages build and test, and used by the debian13 stage; a root made here is removed at the end.
 d13_root=${ORVENTA_DEBIAN13_ROOT:-}
 d13_pid=
+# On every exit: stop a preparation still running, remove the root, keep the exit status.
+remove_d13_root() {
+    local rc=$?
+    if [ -n "$d13_pid" ] && kill -0 "$d13_pid" 2>/dev/null; then
+        kill "$d13_pid" 2>/dev/null || true
+        wait "$d13_pid" 2>/dev/null || true
+    fi
+    rm -rf --one-file-system "$d13_root" || echo "test.sh: could not remove $d13_root" >&2
+    exit "$rc"
+}
 if [[ " $stages " == *" debian13 "* ]]; then
     if [ -z "$d13_root" ]; then
         d13_root=$(mktemp -d /var/tmp/orventa-debian13.XXXXXX)
-        trap '[ -z "$d13_pid" ] || kill "$d13_pid" 2>/dev/null; wait; rm -rf --one-file-system "$d13_root"' EXIT
+        trap remove_d13_root EXIT
     fi
     ORVENTA_NO_SERVICE_START=1 "$root/scripts/install-deps.sh" --only debootstrap
     mkdir -p "$root/build"
